@@ -1,0 +1,91 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// The JSON document class.
+
+/// A JSON document held as its text.
+///
+/// Written, it grows member by member; value texts are given ready-made and nothing is escaped. Read, it answers
+/// look-ups by path: member names with dots between the levels, array elements in brackets ("dst.fid",
+/// "data[0].words[7]"). A look-up finds something only when the whole text is one JSON value of at most 32 levels; the
+/// first of duplicate members wins; texts come as the bytes between their quotes, in which a backslash takes the next
+/// byte along.
+///
+/// A document remembers where its last look-up ended, so that reading an array element by element costs as much as
+/// reading it once. It may not be shared between threads, not even for reading.
+class Json {
+public:
+  enum class Kind { object, array };
+
+  explicit Json(Kind kind = Kind::object);
+
+  /// Back to "{}" or "[]".
+  void clear();
+  /// Whether the text is "{}" or "[]".
+  bool empty() const;
+  /// Takes a received text over as it stands, JSON or not.
+  void load(std::string_view text);
+  const std::string& text() const { return text_; }
+
+  /// Appends one member.
+  void add(std::string_view key, std::string_view value);
+  /// Appends one element.
+  void add(std::string_view element);
+
+  /// Copies the value at the path, whatever its type; of a text the bytes between its quotes.
+  bool getObject(std::string_view path, Json& value) const;
+  /// True only for whole numbers in 32 bits, written without fraction or exponent.
+  bool GetValueAsInt(std::string_view path, int* value) const;
+  bool GetValueAsString(std::string_view path, std::string& value) const;
+  bool GetValueAsBool(std::string_view path, bool& value) const;
+  /// The member names of the object at the path (the whole document for an empty path), in their order.
+  bool getNames(std::string_view path, std::vector<std::string>& names) const;
+
+private:
+  // A value passed on the way: where its key and the value itself stand in the text.
+  struct Member {
+    std::uint32_t key, keyLength, value;
+  };
+  static constexpr std::size_t maxKnownMembers = 10;
+  // What look-ups learnt about one object or array on the way to the last value.
+  struct Level {
+    std::uint32_t pathLength; // of the path that leads here
+    std::uint32_t open;       // its opening bracket
+    std::uint32_t last;       // the value read last, 0 before the first
+    std::uint32_t lastEnd;    // array: the end of that value, 0 while unknown
+    std::uint32_t count;      // object: members remembered; array: index of the value read last
+    bool complete;            // object: all its members are remembered
+    Member members[maxKnownMembers];
+  };
+  static constexpr std::size_t maxKnownLevels = 6;
+  // The levels down to the value looked up last. A copy of a document starts without.
+  struct Trail {
+    Trail() {} // NOLINT(modernize-use-equals-default): the levels stay unset until they are entered
+    Trail(const Trail& /*other*/) {}
+    Trail& operator=(const Trail& other);
+    std::string path;
+    std::size_t depth = 0;
+    Level* lastArray = nullptr;
+    Level levels[maxKnownLevels + 1]; // the last is for levels too deep to be remembered
+  };
+
+  bool isOneValue() const;
+  const char* find(std::string_view path) const;
+  std::size_t knownDepth(std::string_view path) const;
+  Level& enter(std::size_t& depth, std::string_view path, const char* open) const;
+  const char* member(Level& level, std::string_view step) const;
+  const char* element(Level& level, std::string_view step) const;
+  char reopen();
+  std::uint32_t offset(const char* at) const { return static_cast<std::uint32_t>(at - text_.c_str()); }
+
+  std::string text_;
+  Kind kind_;
+  enum class Check { pending, good, bad };
+  mutable Check check_ = Check::pending;
+  mutable Trail trail_;
+};
