@@ -1,0 +1,104 @@
+// The receive loop: from a transfer channel to the application's callback.
+//
+// Nothing here holds state between messages, so a callback may call any exported function, the work function included.
+// A message that cannot be used is traced and dropped, and the loop goes on with the next.
+
+#include "core/receive_loop.h"
+
+#include <cstring>
+
+#include "callback/callback_data.h"
+#include "core/block.h"
+#include "core/catalogue.h"
+#include "core/registry.h"
+#include "core/trace.h"
+#include "message/parse.h"
+#include "platform/transfer_channel.h"
+
+namespace {
+
+// A message is handled as a text, so the longest one leaves room for its NUL.
+constexpr int receiveBufferSize = 16384;
+
+enum DispatchFailure : int { noMessageType = -1, unknownMessageType = -2, noCallback = -3, noCallbackData = -4 };
+
+// The traces of this file's helpers stand in the names of the two functions they are parts of.
+constexpr const char* loop = "ovk_QMXBusDoWork";
+constexpr const char* dispatcher = "processReceivedMessage";
+
+void processOne(const char* message, int length) {
+  if (length >= receiveBufferSize) {
+    OVK_TRACE_AS(loop, traceError, "message of %d bytes refused, at most %d can be received\n", length,
+                 receiveBufferSize - 1);
+    return;
+  }
+  const int result = processReceivedMessage(message, static_cast<unsigned>(length));
+  if (result >= 0) return;
+  OVK_TRACE_AS(loop, traceError, "failed to process Msg %s\n", message);
+  OVK_TRACE_AS(loop, traceError, "processReceivedMessage returns %d\n", result);
+}
+
+void drain(int channel, const char* channelName, char* buffer) {
+  for (;;) {
+    std::memset(buffer, 0, receiveBufferSize);
+    const int length = readTransferChannel(channel, buffer, receiveBufferSize);
+    if (length <= 0) return;
+    OVK_TRACE_AS(loop, traceProgress, "readTransferChannel(%s) returned %d bytes\n", channelName, length);
+    processOne(buffer, length);
+  }
+}
+
+int deliver(ovk_Service_t service, ovk_ServiceCallback_t callback, const char* msg, unsigned len) {
+  OVK_TRACE_AS(dispatcher, traceProgress, "-> getCallbackData(Service %d)\n", service);
+  ovk::CallbackRecord record(service);
+  if (record.fill(msg, len) != 0) {
+    OVK_TRACE_AS(dispatcher, traceError, "could not get callback data for service %d, message %s\n", service, msg);
+    return noCallbackData;
+  }
+  OVK_TRACE_AS(dispatcher, traceProgress, "pData=%p\n", record.data());
+  OVK_TRACE_AS(dispatcher, traceProgress, "DataLen=%d\n", static_cast<int>(record.length()));
+  OVK_TRACE_AS(dispatcher, traceProgress, "execute Service %d callback function\n", service);
+  const int result = callback(record.data(), record.length());
+  OVK_TRACE_AS(dispatcher, traceProgress, "Service %d callback function returned %d\n", service, result);
+  OVK_TRACE_AS(dispatcher, traceProgress, "for Msg: %s\n", msg);
+  return result;
+}
+
+int dispatch(const char* msg, unsigned len) {
+  int msgType = 0;
+  if (getMsgType(msg, len, &msgType) != 0) {
+    OVK_TRACE_AS(dispatcher, traceError, "invalid msg_type and/or operation in message %s\n", msg);
+    return noMessageType;
+  }
+  ovk_Service_t service{};
+  if (getService(msgType, &service) != 0) {
+    OVK_TRACE_AS(dispatcher, traceError, "no service found for MsgType %d\n", msgType);
+    return unknownMessageType;
+  }
+  const ovk_ServiceCallback_t callback = ovk::callbackOf(service);
+  if (callback == nullptr) {
+    OVK_TRACE_AS(dispatcher, traceError, "no callback function registered for service %d\n", service);
+    return noCallback;
+  }
+  return deliver(service, callback, msg, len);
+}
+
+} // namespace
+
+int ovk_QMXBusDoWork() {
+  const ovk::Block<char> buffer = ovk::allocateBlock<char>(receiveBufferSize);
+  if (buffer == nullptr) {
+    OVK_TRACE(traceError, "no memory for a receive buffer of %d bytes, nothing is read\n", receiveBufferSize);
+    return 0;
+  }
+  drain(IPC_TC_QMX_CLIENT_RSP_IDX, "IPC_TC_QMX_CLIENT_RSP_IDX", buffer.get());
+  drain(IPC_TC_QMX_SERVER_REQ_IDX, "IPC_TC_QMX_SERVER_REQ_IDX", buffer.get());
+  return 0;
+}
+
+int processReceivedMessage(const char* msg, unsigned len) {
+  OVK_TRACE(traceProgress, "processing %s\n", msg);
+  const int result = dispatch(msg, len);
+  if (result < 0) OVK_TRACE(traceError, "processReceivedMessage() returns %d\n", result);
+  return result;
+}
