@@ -70,7 +70,7 @@ private:
     Trail& operator=(const Trail& other);
     std::string path;
     std::size_t depth = 0;
-    Level* lastArray = nullptr;
+    Level* lastArray = nullptr; // whose element was looked up last
     Level levels[maxKnownLevels + 1]; // the last is for levels too deep to be remembered
   };
 

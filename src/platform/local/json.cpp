@@ -125,8 +125,8 @@ bool Json::isOneValue() const {
 // The value at the path, null when there is none.
 const char* Json::find(std::string_view path) const {
   if (!isOneValue()) return nullptr;
-  trail_.lastArray = nullptr;
   std::size_t depth = knownDepth(path);
+  trail_.lastArray = nullptr;
   const Level* known = depth > 0 ? &trail_.levels[depth - 1] : nullptr;
   const char* value = known != nullptr ? text_.c_str() + known->open : skipJsonSpace(text_.c_str());
   std::string_view rest = path.substr(known != nullptr ? known->pathLength : 0);
@@ -135,6 +135,7 @@ const char* Json::find(std::string_view path) const {
     const std::string_view pathSoFar = path.substr(0, path.size() - rest.size());
     Level& level = known != nullptr ? trail_.levels[depth - 1] : enter(depth, pathSoFar, value);
     known = nullptr;
+    trail_.lastArray = *value == '[' ? &level : nullptr;
     const std::string_view step = cutStep(rest);
     value = *value == '{' ? member(level, step) : element(level, step);
     if (value == nullptr) return nullptr;
@@ -198,7 +199,6 @@ const char* Json::member(Level& level, std::string_view step) const {
 const char* Json::element(Level& level, std::string_view step) const {
   std::uint32_t index = 0;
   if (!indexOf(step, index)) return nullptr;
-  trail_.lastArray = &level;
   const char* text = text_.c_str();
   if (level.last == 0 || index < level.count) {
     const char* first = skipJsonSpace(text + level.open + 1);
