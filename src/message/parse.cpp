@@ -9,7 +9,6 @@
 #include "message/parse.h"
 
 #include <algorithm>
-#include <cstring>
 #include <string>
 
 #include "core/identifiers.h"
@@ -35,7 +34,7 @@ template <std::size_t length>
 int readField(const char* function, const Json& message, const char* path, const char* msg, std::string& value,
               char* field) {
   if (!ovk::findText(function, message, path, msg, value)) return -1;
-  std::memcpy(field, value.data(), std::min(value.size(), length));
+  std::copy_n(value.data(), std::min(value.size(), length), field);
   return 0;
 }
 
@@ -54,7 +53,7 @@ int readErrReason(const char* function, const Json& message, const char* msg, ch
     OVK_TRACE_AS(function, traceError, "err_reason of %d bytes cut to %d: %s\n", static_cast<int>(reason.size()),
                  static_cast<int>(length), reason.c_str());
   }
-  std::memcpy(errReason, reason.data(), length);
+  std::copy_n(reason.data(), length, errReason);
   return 0;
 }
 

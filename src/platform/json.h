@@ -63,6 +63,7 @@ private:
     Member members[maxKnownMembers];
   };
   static constexpr std::size_t maxKnownLevels = 6;
+  static constexpr std::size_t none = maxKnownLevels + 1;
   // The levels down to the value looked up last. A copy of a document starts without.
   struct Trail {
     Trail() {} // NOLINT(modernize-use-equals-default): the levels stay unset until they are entered
@@ -70,7 +71,7 @@ private:
     Trail& operator=(const Trail& other);
     std::string path;
     std::size_t depth = 0;
-    Level* lastArray = nullptr; // whose element was looked up last
+    std::size_t lastArray = none; // level whose element was looked up last
     Level levels[maxKnownLevels + 1]; // the last is for levels too deep to be remembered
   };
 

@@ -85,7 +85,7 @@ bool Json::GetValueAsInt(std::string_view path, int* value) const {
   if (at == nullptr || (!isDigit(*at) && *at != '-')) return false;
   const auto read = std::from_chars(at, text_.c_str() + text_.size(), *value);
   if (read.ec != std::errc() || *read.ptr == '.' || *read.ptr == 'e' || *read.ptr == 'E') return false;
-  if (trail_.lastArray != nullptr) trail_.lastArray->lastEnd = offset(read.ptr);
+  if (trail_.lastArray != none) trail_.levels[trail_.lastArray].lastEnd = offset(read.ptr);
   return true;
 }
 
@@ -126,7 +126,7 @@ bool Json::isOneValue() const {
 const char* Json::find(std::string_view path) const {
   if (!isOneValue()) return nullptr;
   std::size_t depth = knownDepth(path);
-  trail_.lastArray = nullptr;
+  trail_.lastArray = none;
   const Level* known = depth > 0 ? &trail_.levels[depth - 1] : nullptr;
   const char* value = known != nullptr ? text_.c_str() + known->open : skipJsonSpace(text_.c_str());
   std::string_view rest = path.substr(known != nullptr ? known->pathLength : 0);
@@ -135,7 +135,7 @@ const char* Json::find(std::string_view path) const {
     const std::string_view pathSoFar = path.substr(0, path.size() - rest.size());
     Level& level = known != nullptr ? trail_.levels[depth - 1] : enter(depth, pathSoFar, value);
     known = nullptr;
-    trail_.lastArray = *value == '[' ? &level : nullptr;
+    trail_.lastArray = *value == '[' ? static_cast<std::size_t>(&level - trail_.levels) : none;
     const std::string_view step = cutStep(rest);
     value = *value == '{' ? member(level, step) : element(level, step);
     if (value == nullptr) return nullptr;

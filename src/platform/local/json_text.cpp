@@ -91,6 +91,19 @@ const char* afterValue(const char* at, OpenLevels& levels) {
   return at;
 }
 
+// Steps over a scalar or an empty object or array, or into one that holds something, up to the next value.
+const char* nextValue(const char* at, OpenLevels& levels) {
+  if (*at != '{' && *at != '[') {
+    at = scalarEnd(at);
+    return at == nullptr ? nullptr : afterValue(at, levels);
+  }
+  if (!levels.open(*at == '{')) return nullptr;
+  at = skipJsonSpace(at + 1);
+  if (*at != levels.closing()) return itemStart(at, levels.inObject());
+  levels.close();
+  return afterValue(at + 1, levels);
+}
+
 } // namespace
 
 const char* jsonStringEnd(const char* at) {
@@ -105,22 +118,8 @@ bool isOneJsonValue(std::string_view text) {
   OpenLevels levels;
   const char* at = skipJsonSpace(text.data());
   do {
-    if (*at == '{' || *at == '[') {
-      if (!levels.open(*at == '{')) return false;
-      at = skipJsonSpace(at + 1);
-      if (*at != levels.closing()) {
-        at = itemStart(at, levels.inObject());
-        if (at == nullptr) return false;
-        continue;
-      }
-      levels.close();
-      ++at;
-    } else {
-      at = scalarEnd(at);
-    }
-    if (at != nullptr) at = afterValue(at, levels);
-    if (at == nullptr) return false;
-  } while (!levels.none());
+    at = nextValue(at, levels);
+  } while (at != nullptr && !levels.none());
   return at == text.data() + text.size();
 }
 
