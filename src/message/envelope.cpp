@@ -58,7 +58,7 @@ void addOutcome(const char* function, Json& msg, bool success, const char* errRe
 
 void traceOutgoing(const char* function, const Json& msg) {
   OVK_TRACE_AS(function, traceBulk, "\n========================= outgoing message:\n%s\n=========================\n",
-               msg.text().c_str());
+               msg.c_str());
 }
 
 bool writeMessage(int channel, const Json& msg) {

@@ -18,6 +18,12 @@ ElementPath::ElementPath(std::string_view array) {
 }
 
 std::string_view ElementPath::element(int index) {
+  const bool isNext = index == index_ + 1 && end_[-1] == ']' && end_[-2] != '9';
+  index_ = index;
+  if (isNext) { // most often: only the last digit changes
+    ++end_[-2];
+    return {path_, static_cast<std::size_t>(end_ - path_)};
+  }
   end_ = std::to_chars(bracket_, path_ + sizeof path_, index).ptr;
   *end_++ = ']';
   *end_ = '\0';

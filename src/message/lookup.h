@@ -23,6 +23,7 @@ private:
   char path_[64];
   char* bracket_; // behind the opening one
   char* end_;
+  int index_ = -1;
 };
 
 /// An integer, traced under `token` when it is missing and under its path when it is found.

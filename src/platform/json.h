@@ -1,12 +1,58 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 // The JSON document class.
+
+/// The text of a document, always followed by a NUL. Short ones need no memory of their own, so that the small documents
+/// that a message is put together from cost no allocation.
+class JsonText {
+public:
+  JsonText() { *short_ = '\0'; }
+  JsonText(const JsonText& other) { assign(other.view()); }
+  JsonText& operator=(const JsonText& other) {
+    if (this != &other) assign(other.view());
+    return *this;
+  }
+
+  const char* c_str() const { return data_; }
+  std::size_t size() const { return size_; }
+  std::string_view view() const { return {data_, size_}; }
+
+  void assign(std::string_view text) {
+    reserve(text.size());
+    end(std::copy_n(text.data(), text.size(), data_));
+  }
+  void append(std::string_view text) {
+    reserve(size_ + text.size());
+    end(std::copy_n(text.data(), text.size(), data_ + size_));
+  }
+  void append(char c) { append({&c, 1}); }
+  void cutLast() { end(data_ + size_ - 1); }
+
+private:
+  void reserve(std::size_t size) {
+    if (size >= capacity_) grow(size);
+  }
+  void grow(std::size_t size);
+  void end(char* at) {
+    size_ = static_cast<std::size_t>(at - data_);
+    *at = '\0';
+  }
+
+  char* data_ = short_;
+  std::size_t size_ = 0;
+  std::size_t capacity_ = sizeof short_; // the NUL included
+  std::unique_ptr<char[]> long_;
+  char short_[256];
+};
 
 /// A JSON document held as its text.
 ///
@@ -30,7 +76,8 @@ public:
   bool empty() const;
   /// Takes a received text over as it stands, JSON or not.
   void load(std::string_view text);
-  const std::string& text() const { return text_; }
+  std::string_view text() const { return text_.view(); }
+  const char* c_str() const { return text_.c_str(); }
 
   /// Appends one member.
   void add(std::string_view key, std::string_view value);
@@ -63,28 +110,40 @@ private:
     Member members[maxKnownMembers];
   };
   static constexpr std::size_t maxKnownLevels = 6;
+  static constexpr std::size_t maxKnownPath = 64;
+  // Whole numbers of the array read last, decoded ahead of the look-ups that will probably ask for them. Reading an array
+  // element by element takes half the time it takes without.
+  struct Window {
+    std::uint32_t first = 0; // index of the first
+    std::uint32_t count = 0;
+    int values[32];
+  };
   static constexpr std::size_t none = maxKnownLevels + 1;
   // The levels down to the value looked up last. A copy of a document starts without.
   struct Trail {
     Trail() {} // NOLINT(modernize-use-equals-default): the levels stay unset until they are entered
     Trail(const Trail& /*other*/) {}
     Trail& operator=(const Trail& other);
-    std::string path;
+    char path[maxKnownPath]; // to the last of the levels
     std::size_t depth = 0;
-    std::size_t lastArray = none; // level whose element was looked up last
+    std::size_t lastArray = none;     // level whose element was looked up last
     Level levels[maxKnownLevels + 1]; // the last is for levels too deep to be remembered
+    Window window;
   };
 
+  void decodeAhead(const char* at) const;
   bool isOneValue() const;
   const char* find(std::string_view path) const;
+  Level* lastArray(std::string_view path, std::uint32_t& index) const;
   std::size_t knownDepth(std::string_view path) const;
   Level& enter(std::size_t& depth, std::string_view path, const char* open) const;
   const char* member(Level& level, std::string_view step) const;
-  const char* element(Level& level, std::string_view step) const;
+  const char* element(Level& level, std::uint32_t index) const;
+  const char* lastValueEnd(const Level& level) const;
   char reopen();
   std::uint32_t offset(const char* at) const { return static_cast<std::uint32_t>(at - text_.c_str()); }
 
-  std::string text_;
+  JsonText text_;
   Kind kind_;
   enum class Check { pending, good, bad };
   mutable Check check_ = Check::pending;

@@ -42,9 +42,9 @@ void addRegisterBlock(const char* function, Json& blocks, const RegisterArea& ar
   Json words(Json::Kind::array);
   for (int i = 0; i < area.count; ++i) words.add(ovk::number(area.values[i]));
   block.add("words", ovk::nested(words));
-  OVK_TRACE_AS(function, traceProgress, "JSON registerBlock string: %s \n", block.text().c_str());
+  OVK_TRACE_AS(function, traceProgress, "JSON registerBlock string: %s \n", block.c_str());
   blocks.add(ovk::nested(block));
-  OVK_TRACE_AS(function, traceProgress, "JSON arrayOfRegisterBlock string: %s \n", blocks.text().c_str());
+  OVK_TRACE_AS(function, traceProgress, "JSON arrayOfRegisterBlock string: %s \n", blocks.c_str());
 }
 
 // Reads one area's words. False when there are more of them than an area can hold; the count stays as it was then.
@@ -62,7 +62,7 @@ bool readWords(const char* function, const Json& message, ovk::ElementPath& word
   Json other;
   if (message.getObject(words.text(), other)) {
     OVK_TRACE_AS(function, traceError, "'%s' is no integer: %s; the words end there\n", words.text(),
-                 other.text().c_str());
+                 other.c_str());
   }
   *area.count = count;
   return true;

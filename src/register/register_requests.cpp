@@ -59,7 +59,7 @@ RegisterArea usedOrEmpty(const char* function, const RegisterArea& area, bool us
 unsigned transferWriteRequest(const char* function, const Json& msg) {
   OVK_TRACE_AS(function, traceProgress, "write register write msg (%d bytes) to IPC_TC_QMX_CLIENT_REQ_IDX\n",
                static_cast<int>(msg.text().size()));
-  OVK_TRACE_AS(function, traceProgress, "msg: %s\n", msg.text().c_str());
+  OVK_TRACE_AS(function, traceProgress, "msg: %s\n", msg.c_str());
   if (ovk::writeMessage(IPC_TC_QMX_CLIENT_REQ_IDX, msg)) {
     IncrQMXBCnt(QMXB_API_REG_WRITE_REQ_TX_OK);
     return ovk_Status_Done;
@@ -121,7 +121,7 @@ unsigned ovk_ReadRegisters(const char* fusionIdDst, const char* refId, int start
     entry.add("num", ovk::number(area.count));
     data.add(ovk::nested(entry));
   }
-  OVK_TRACE(traceProgress, "ovk_ReadRegisters  data %s\n", data.text().c_str());
+  OVK_TRACE(traceProgress, "ovk_ReadRegisters  data %s\n", data.c_str());
   return ovk_build_and_transfer_message(ovk_Service_RegisterReadClient, fusionIdDst, ovk::ownParticipant, refId, false,
                                         false, nullptr, data);
 }

@@ -22,7 +22,7 @@ bool configText(const char* function, const Json& config, const char* path, cons
     text = value.text();
     return true;
   }
-  OVK_TRACE_AS(function, traceError, "No %s found in configuration_item %s\n", what, config.text().c_str());
+  OVK_TRACE_AS(function, traceError, "No %s found in configuration_item %s\n", what, config.c_str());
   return false;
 }
 
@@ -49,7 +49,7 @@ unsigned takeTag(const char* function, const Json& config, DevTagDevInfoTag& tag
   std::int64_t number = 0;
   if (!ovk::readNumber(text, ovk::NumberBase::decimal, std::numeric_limits<int32_t>::min(),
                        std::numeric_limits<int32_t>::max(), number)) {
-    OVK_TRACE_AS(function, traceError, "Parsing error! (%s)\n", config.text().c_str());
+    OVK_TRACE_AS(function, traceError, "Parsing error! (%s)\n", config.c_str());
     return ovk_Status_Invalid;
   }
   tag.tag_type = tagType;

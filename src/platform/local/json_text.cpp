@@ -35,6 +35,15 @@ const char* numberEnd(const char* at) {
   return at;
 }
 
+// Steps over plain numbers of an array up to its last, or to the first that is more than a few digits and a comma.
+const char* numbersEnd(const char* at) {
+  for (const char* number = at; *number >= '1' && *number <= '9'; at = number) {
+    number = digitsEnd(number);
+    if (*number++ != ',') break;
+  }
+  return at;
+}
+
 const char* wordEnd(const char* at, std::string_view word) {
   return std::strncmp(at, word.data(), word.size()) == 0 ? at + word.size() : nullptr;
 }
@@ -94,7 +103,7 @@ const char* afterValue(const char* at, OpenLevels& levels) {
 // Steps over a scalar or an empty object or array, or into one that holds something, up to the next value.
 const char* nextValue(const char* at, OpenLevels& levels) {
   if (*at != '{' && *at != '[') {
-    at = scalarEnd(at);
+    at = levels.inObject() ? scalarEnd(at) : scalarEnd(numbersEnd(at));
     return at == nullptr ? nullptr : afterValue(at, levels);
   }
   if (!levels.open(*at == '{')) return nullptr;
@@ -129,16 +138,20 @@ const char* jsonValueEnd(const char* at) {
     while (*at != ',' && *at != '}' && *at != ']' && *at != '\0' && !isJsonSpace(*at)) ++at;
     return at;
   }
-  int depth = 0;
-  do {
-    if (*at == '"') {
+  return jsonLevelEnd(at + 1);
+}
+
+const char* jsonLevelEnd(const char* at) {
+  for (int depth = 1; depth > 0;) {
+    const char c = *at;
+    if (c == '"') {
       at = jsonStringEnd(at);
       continue;
     }
-    if (*at == '{' || *at == '[') ++depth;
-    if (*at == '}' || *at == ']') --depth;
+    if (c == '[' || c == '{') ++depth;
+    if (c == ']' || c == '}') --depth;
     ++at;
-  } while (depth > 0);
+  }
   return at;
 }
 
