@@ -58,7 +58,7 @@ void addList(const char* function, Json& data, const List& list) {
     values.add(ovk::number(list.values[i]));
   }
   data.add(list.name, ovk::nested(values));
-  OVK_TRACE_AS(function, traceProgress, "JSON descrData string: %s \n", data.text().c_str());
+  OVK_TRACE_AS(function, traceProgress, "JSON descrData string: %s \n", data.c_str());
 }
 
 // Reads a single value; false when it is missing.
@@ -100,7 +100,7 @@ unsigned int ovk_serveReadDeviceInfo(const char* dstFid, const char* srcFid, con
     addList(__func__, data, tagBlocks);
     addList(__func__, data, resBlocks);
     data.add("ModbusBufferSize", ovk::number(ModbusBufferSize));
-    OVK_TRACE(traceProgress, "JSON descrData string: %s \n", data.text().c_str());
+    OVK_TRACE(traceProgress, "JSON descrData string: %s \n", data.c_str());
   }
   return ovk_build_and_transfer_message(ovk_Service_DescriptorReadServer, dstFid, srcFid, refId, true, success,
                                         errReason, data);

@@ -94,7 +94,9 @@ bool Json::GetValueAsInt(std::string_view path, int* value) const {
     return true;
   }
   const char* at = find(path);
-  if (at == nullptr || readJsonInt(at, *value) == nullptr) return false;
+  int number = 0;
+  if (at == nullptr || readJsonInt(at, number) == nullptr) return false;
+  *value = number;
   if (trail_.lastArray != none) decodeAhead(at);
   return true;
 }

@@ -35,7 +35,7 @@ const char* numberEnd(const char* at) {
   return at;
 }
 
-// Steps over plain numbers of an array up to its last, or to the first that is more than a few digits and a comma.
+// Steps over the plain numbers of an array, each with its comma, up to its last value or to one of another kind.
 const char* numbersEnd(const char* at) {
   for (const char* number = at; *number >= '1' && *number <= '9'; at = number) {
     number = digitsEnd(number);
@@ -73,6 +73,7 @@ public:
   }
   bool none() const { return depth_ == 0; }
   bool inObject() const { return (kinds_ & 1U) != 0; }
+  bool inArray() const { return !none() && !inObject(); }
   char closing() const { return inObject() ? '}' : ']'; }
 
 private:
@@ -102,8 +103,9 @@ const char* afterValue(const char* at, OpenLevels& levels) {
 
 // Steps over a scalar or an empty object or array, or into one that holds something, up to the next value.
 const char* nextValue(const char* at, OpenLevels& levels) {
+  if (levels.inArray()) at = skipJsonSpace(numbersEnd(at));
   if (*at != '{' && *at != '[') {
-    at = levels.inObject() ? scalarEnd(at) : scalarEnd(numbersEnd(at));
+    at = scalarEnd(at);
     return at == nullptr ? nullptr : afterValue(at, levels);
   }
   if (!levels.open(*at == '{')) return nullptr;
