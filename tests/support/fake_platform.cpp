@@ -57,12 +57,21 @@ std::string Platform::errors() const {
 
 } // namespace fake
 
-// The linker sends the library's own calls of malloc here (--wrap); the C++ runtime's stay with the heap.
+// The linker sends the library's own calls of malloc and calloc here (--wrap; compilers make one of the other); those of
+// the C++ runtime stay with the heap.
 extern "C" void* __real_malloc(std::size_t size);
+extern "C" void* __real_calloc(std::size_t count, std::size_t size);
 extern "C" void* __wrap_malloc(std::size_t size);
+extern "C" void* __wrap_calloc(std::size_t count, std::size_t size);
+
 extern "C" void* __wrap_malloc(std::size_t size) {
   if (mallocsLeft >= 0 && mallocsLeft-- == 0) return nullptr;
   return __real_malloc(size);
+}
+
+extern "C" void* __wrap_calloc(std::size_t count, std::size_t size) {
+  if (mallocsLeft >= 0 && mallocsLeft-- == 0) return nullptr;
+  return __real_calloc(count, size);
 }
 
 int createTransferChannel(int index, int role) {

@@ -1,0 +1,64 @@
+#include <cerrno>
+#include <regex>
+
+#include "local_bus.h"
+#include "platform/trace_log.h"
+
+namespace {
+
+class TraceLog : public LocalBus {
+protected:
+  void TearDown() override {
+    ovk_local_set_trace_threshold(traceError);
+    LocalBus::TearDown();
+  }
+};
+
+TEST_F(TraceLog, ThresholdChoosesLines) {
+  const struct {
+    int threshold, level;
+    bool written;
+  } rows[] = {{2, 2, true}, {2, 6, false}, {6, 6, true}, {6, 7, false}, {7, 7, true}, {-1, 2, false}, {-1, 0, false}};
+  for (const auto& row : rows) {
+    ovk_local_set_trace_threshold(row.threshold);
+    logTracePrint("F", 1, "f", row.level, "text\n");
+    EXPECT_EQ(row.written, !trace_.empty()) << row.threshold << ' ' << row.level;
+    trace_.clear();
+  }
+}
+
+TEST_F(TraceLog, LineHasItsOrigin) {
+  errno = EBADF;
+  logTracePrint("File", 42, "function", 2, "n %d\n\n", 7);
+  EXPECT_EQ(EBADF, errno);
+  const std::regex form("[0-2][0-9]:[0-5][0-9]:[0-6][0-9]\\.[0-9]{6} 2 File:42 function: n 7\n\n");
+  EXPECT_TRUE(std::regex_match(trace_, form)) << trace_; // the sink of this test adds one line feed
+}
+
+// Around the size of the inner buffer, and as long as messages get.
+TEST_F(TraceLog, LongLinesAreWhole) {
+  for (std::size_t size = 940; size < 1030; ++size) {
+    const std::string text(size, 'x');
+    logTracePrint("F", 1, "f", 2, "%s\n", text.c_str());
+    ASSERT_NE(std::string::npos, trace_.find(": " + text + '\n')) << size;
+    trace_.clear();
+  }
+  const std::string text(20000, 'y');
+  logTracePrint("F", 1, "f", 2, "%s", text.c_str());
+  EXPECT_NE(std::string::npos, trace_.find(": " + text + '\n'));
+}
+
+TEST_F(TraceLog, StandardErrorGetsOneLine) {
+  ovk_local_set_trace_sink(nullptr, nullptr);
+  ::testing::internal::CaptureStderr();
+  ::testing::internal::CaptureStdout();
+  const std::string text(1200, 'z');
+  for (const char* format : {"%s\n", "%s"}) logTracePrint("F", 1, "f", 2, format, text.c_str());
+  const std::string written = ::testing::internal::GetCapturedStderr();
+  EXPECT_EQ("", ::testing::internal::GetCapturedStdout());
+  const std::string line = " 2 F:1 f: " + text + '\n';
+  EXPECT_EQ(2 * (15 + line.size()), written.size()) << written;
+  EXPECT_EQ(line, written.substr(15, line.size()));
+}
+
+} // namespace
