@@ -61,8 +61,7 @@ bool readWords(const char* function, const Json& message, ovk::ElementPath& word
   }
   Json other;
   if (message.getObject(words.text(), other)) {
-    OVK_TRACE_AS(function, traceError, "'%s' is no integer: %s; the words end there\n", words.text(),
-                 other.c_str());
+    OVK_TRACE_AS(function, traceError, "'%s' is no integer: %s; the words end there\n", words.text(), other.c_str());
   }
   *area.count = count;
   return true;

@@ -86,9 +86,7 @@ TEST_F(StaticList, RefusesWhatWouldSpoilTheFile) {
 TEST_F(StaticList, EditorsLoseNothing) {
   constexpr int edits = 150;
   const auto deviceOf = [](int editor, int number) {
-    char fid[25];
-    std::snprintf(fid, sizeof fid, "VR%03d_%05d_000000000000", editor, number);
-    return std::string(fid);
+    return "VR00" + std::to_string(editor) + '_' + std::to_string(10000 + number) + "_000000000000";
   };
   const auto editor = [&](int self) {
     return [self, deviceOf](Child& child) {

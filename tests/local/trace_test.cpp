@@ -1,5 +1,4 @@
 #include <cerrno>
-#include <regex>
 
 #include "local_bus.h"
 #include "platform/trace_log.h"
@@ -31,8 +30,9 @@ TEST_F(TraceLog, LineHasItsOrigin) {
   errno = EBADF;
   logTracePrint("File", 42, "function", 2, "n %d\n\n", 7);
   EXPECT_EQ(EBADF, errno);
-  const std::regex form("[0-2][0-9]:[0-5][0-9]:[0-6][0-9]\\.[0-9]{6} 2 File:42 function: n 7\n\n");
-  EXPECT_TRUE(std::regex_match(trace_, form)) << trace_; // the sink of this test adds one line feed
+  for (char& c : trace_)
+    if (c >= '0' && c <= '9') c = '9';
+  EXPECT_EQ("99:99:99.999999 9 File:99 function: n 9\n\n", trace_); // the sink of this test adds one line feed
 }
 
 // Around the size of the inner buffer, and as long as messages get.

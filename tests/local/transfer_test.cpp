@@ -37,6 +37,8 @@ TEST_F(Transfer, ChannelsHaveTheirRole) {
     }
   closeChannels();
   EXPECT_TRUE(files().empty());
+  EXPECT_NE(0, send(0, messageTo(fidA, "x")));
+  EXPECT_EQ("", receive(2));
 }
 
 TEST_F(Transfer, RoutesByChannel) {
@@ -71,14 +73,6 @@ TEST_F(Transfer, RoutesByChannel) {
     for (const int channel : {1, 2}) EXPECT_EQ(channel == row.arrivesAt ? row.message : "", receive(channel));
     if (*row.reason != '\0') traced(row.reason);
   }
-}
-
-TEST_F(Transfer, ClosedChannelsRefuse) {
-  start(fidA);
-  ASSERT_EQ(0, openChannels());
-  closeChannels();
-  EXPECT_NE(0, send(0, messageTo(fidA, "x")));
-  EXPECT_EQ("", receive(2));
 }
 
 TEST_F(Transfer, UnreadMessagesWaitInOrder) {

@@ -1,0 +1,194 @@
+// Who is on the bus, and below which controller.
+//
+// Joining, leaving and editing change the directory's time, so one look at it tells whether the snapshot still holds.
+// Two things escape it: a change within the clock's step after the snapshot, hence the time to settle, and what leaves
+// the directory untouched (a process killed, topology.json written in place), hence the full look each second.
+
+#include "platform/local/bus_view.h"
+
+#include <algorithm>
+#include <tuple>
+
+#include "platform/local/file_lock.h"
+#include "platform/local/file_names.h"
+#include "platform/local/own_identity.h"
+#include "platform/local/topology_file.h"
+#include "platform/local/trace.h"
+
+namespace ovk::local {
+
+namespace {
+
+constexpr auto longestTrust = std::chrono::seconds(1);
+constexpr auto timeToSettle = std::chrono::milliseconds(20); // file times advance in steps of up to 10 ms
+
+enum Kind : int { running = 1, notRunning = 2 };
+
+orvane_parent& enter(std::map<std::string, orvane_parent>& found, const std::string& fid) {
+  orvane_parent& controller = found[fid];
+  if (controller.attr1.empty()) {
+    controller.attr1 = fid;
+    controller.kind = notRunning;
+  }
+  return controller;
+}
+
+bool isBefore(const ovk_topology_sensor_t& one, const ovk_topology_sensor_t& other) { return one.attr1 < other.attr1; }
+
+// What depends on the whole record.
+void complete(orvane_parent& controller) {
+  controller.attr5 = controller.kind == running ? "online" : "offline";
+  for (ovk_topology_sensor_t& member : controller.members) member.attr4 = controller.attr5;
+  std::stable_sort(controller.members.begin(), controller.members.end(), isBefore);
+}
+
+auto valuesOf(const ovk_topology_sensor_t& sensor) {
+  return std::tie(sensor.attr1, sensor.attr2, sensor.attr3, sensor.attr4);
+}
+
+bool isEqual(const orvane_parent& one, const orvane_parent& other) {
+  const auto values = [](const orvane_parent& record) {
+    return std::tie(record.attr1, record.attr2, record.attr3, record.attr4, record.attr5, record.kind);
+  };
+  const auto sameSensor = [](const auto& a, const auto& b) { return valuesOf(a) == valuesOf(b); };
+  return values(one) == values(other) &&
+         std::equal(one.members.begin(), one.members.end(), other.members.begin(), other.members.end(), sameSensor);
+}
+
+} // namespace
+
+BusView::Stamp BusView::Stamp::of(const struct stat& seen) {
+  Stamp stamp;
+  stamp.device = seen.st_dev;
+  stamp.inode = seen.st_ino;
+  stamp.size = seen.st_size;
+  stamp.changed = seen.st_mtim;
+  const auto changed = std::chrono::seconds(seen.st_mtim.tv_sec) + std::chrono::nanoseconds(seen.st_mtim.tv_nsec);
+  const auto age = std::chrono::system_clock::now().time_since_epoch() - changed;
+  stamp.settled = age > timeToSettle || age < -timeToSettle; // the latter when the clock was set back
+  return stamp;
+}
+
+bool BusView::Stamp::isStill(const Stamp& later) const {
+  return settled && device == later.device && inode == later.inode && size == later.size &&
+         changed.tv_sec == later.changed.tv_sec && changed.tv_nsec == later.changed.tv_nsec;
+}
+
+bool BusView::refresh() {
+  const BusDirectoryLook look = lookAtBusDirectory();
+  if (!look.directory) {
+    refuse(look.refusal);
+    return false;
+  }
+  refusal_.clear();
+  const Stamp stamp = Stamp::of(look.seen);
+  if (isFresh(stamp)) return true;
+  directoryStamp_ = stamp;
+  lookedAt_ = Clock::now();
+  readFile(*look.directory);
+  build(look.directory.get());
+  return true;
+}
+
+bool BusView::isFresh(const Stamp& directory) const {
+  return directoryStamp_.isStill(directory) && Clock::now() - lookedAt_ < longestTrust && own_ == ownFid();
+}
+
+void BusView::refuse(const std::string& refusal) {
+  if (refusal != refusal_) OVK_LOCAL_TRACE(traceError, "no topology, bus directory refused: %s\n", refusal.c_str());
+  refusal_ = refusal;
+  directoryStamp_ = fileStamp_ = Stamp();
+  config_ = TopologyConfig();
+  fault_.clear();
+  build(nullptr);
+}
+
+// A fault is reported once, not at every look.
+void BusView::readFile(const BusDirectory& directory) {
+  struct stat seen {};
+  ::fstatat(directory.descriptor(), topologyFileName.data(), &seen, 0); // a missing file is a stamp, too
+  const Stamp stamp = Stamp::of(seen);
+  if (fileStamp_.isStill(stamp)) return;
+  fileStamp_ = stamp;
+  std::string fault;
+  if (!readTopologyFile(directory, config_, fault)) {
+    config_ = TopologyConfig();
+    if (fault != fault_)
+      OVK_LOCAL_TRACE(traceError, "%s ignored: %s\n", directory.pathOf(topologyFileName).c_str(), fault.c_str());
+  }
+  fault_ = fault;
+}
+
+void BusView::build(const BusDirectory* directory) {
+  std::map<std::string, orvane_parent> found;
+  own_ = ownFid();
+  enterConfigured(found);
+  if (directory != nullptr) findRunning(*directory, found);
+  if (!own_.empty()) enter(found, own_).kind = running;
+  std::vector<orvane_parent> controllers;
+  for (auto& [fid, controller] : found) {
+    complete(controller);
+    controllers.push_back(std::move(controller));
+  }
+  adopt(std::move(controllers));
+}
+
+void BusView::enterConfigured(std::map<std::string, orvane_parent>& found) const {
+  for (const ConfiguredController& configured : config_.controllers) {
+    orvane_parent& controller = enter(found, configured.fid);
+    controller.attr2 = configured.name;
+    controller.attr3 = configured.model;
+    controller.attr4 = configured.version;
+    for (const ConfiguredSensor& sensor : configured.sensors)
+      controller.members.push_back({sensor.fid, sensor.name, sensor.model, {}});
+  }
+  for (const StaticDevice& device : config_.statics)
+    enter(found, device.parent).members.push_back({device.fid, device.name, {}, {}});
+}
+
+// A killed process stays known by what it left until somebody sweeps it.
+void BusView::findRunning(const BusDirectory& directory, std::map<std::string, orvane_parent>& found) const {
+  std::string fid;
+  for (const std::string& name : directory.names()) {
+    if (!identifierOf(name, lockSuffix, fid)) continue;
+    orvane_parent& controller = enter(found, fid);
+    if (isFileLocked(directory, name)) controller.kind = running;
+  }
+}
+
+void BusView::adopt(std::vector<orvane_parent> found) {
+  if (std::equal(found.begin(), found.end(), controllers_.begin(), controllers_.end(), isEqual)) return;
+  ++generation_;
+  controllers_ = std::move(found);
+  parents_.clear();
+  // A controller is reached at itself, even where the file calls it a sensor of another.
+  for (const orvane_parent& controller : controllers_) parents_.emplace(controller.attr1, controller.attr1);
+  for (const orvane_parent& controller : controllers_)
+    for (const ovk_topology_sensor_t& member : controller.members) parents_.emplace(member.attr1, controller.attr1);
+}
+
+bool BusView::staticMembers(const std::string& selector, std::vector<orvane_parent>& parents) const {
+  parents.clear();
+  for (const orvane_parent& controller : controllers_) {
+    if (!selector.empty() && selector != controller.attr1) continue;
+    orvane_parent parent = controller;
+    parent.members.clear();
+    for (const StaticDevice& device : config_.statics)
+      if (device.parent == parent.attr1) parent.members.push_back({device.fid, device.name, {}, {}});
+    complete(parent);
+    if (!parent.members.empty()) parents.push_back(std::move(parent));
+  }
+  return fault_.empty();
+}
+
+const std::string* BusView::parentOf(const std::string& fid) const {
+  const auto found = parents_.find(fid);
+  return found != parents_.end() ? &found->second : nullptr;
+}
+
+BusView& busView() {
+  static BusView& view = *new BusView; // never destroyed: messages may be written while the program's statics go
+  return view;
+}
+
+} // namespace ovk::local

@@ -1,0 +1,50 @@
+// Who runs on the bus.
+//
+// A participant is the lock on its file, not the file: a killed process leaves files, but no lock. What it left is
+// removed by the next process that joins, and only with the lock of the dead in hand.
+
+#include "platform/local/presence.h"
+
+#include <cerrno>
+
+#include "platform/local/file_names.h"
+#include "platform/local/trace.h"
+#include "platform/transfer_channel.h"
+
+namespace ovk::local {
+
+namespace {
+
+void removeSockets(const BusDirectory& directory, const std::string& fid) {
+  for (const int channel : {IPC_TC_QMX_CLIENT_RSP_IDX, IPC_TC_QMX_SERVER_REQ_IDX})
+    directory.remove(fileName(fid, socketSuffix(channel)));
+}
+
+// The lock removes its own file when it goes.
+void sweepFile(const BusDirectoryPtr& directory, const std::string& name) {
+  std::string fid;
+  std::optional<FileLock> lock;
+  const bool presence = identifierOf(name, lockSuffix, fid);
+  if (!presence && !identifierOf(name, countersSuffix, fid)) return;
+  if (FileLock::take(directory, name, FileLock::Purpose::sweep, lock) != FileLock::Outcome::taken) return;
+  OVK_LOCAL_TRACE(traceProgress, "removing what %s left\n", fid.c_str());
+  if (presence) removeSockets(*directory, fid);
+}
+
+} // namespace
+
+std::optional<FileLock> join(const BusDirectoryPtr& directory, const std::string& fid) {
+  std::optional<FileLock> lock;
+  const FileLock::Outcome outcome = FileLock::take(directory, fileName(fid, lockSuffix), FileLock::Purpose::own, lock);
+  if (outcome != FileLock::Outcome::taken) {
+    const std::string reason = outcome == FileLock::Outcome::held ? "another process has it" : errorText(errno);
+    OVK_LOCAL_TRACE(traceError, "cannot join the bus as %s: %s\n", fid.c_str(), reason.c_str());
+    return lock;
+  }
+  removeSockets(*directory, fid);
+  for (const std::string& name : directory->names()) sweepFile(directory, name);
+  OVK_LOCAL_TRACE(traceProgress, "joined the bus in %s as %s\n", directory->path().c_str(), fid.c_str());
+  return lock;
+}
+
+} // namespace ovk::local

@@ -1,0 +1,149 @@
+// Receives messages from any number of writers.
+//
+// The order of each writer is kept even when it connects anew: a connection found readable is emptied before the next,
+// and new connections are taken in last. Whatever a stranger sends, or does not send, costs its own messages only.
+
+#include "platform/local/read_channel.h"
+
+#include <cerrno>
+#include <poll.h>
+#include <sys/epoll.h>
+#include <sys/ioctl.h>
+
+#include "platform/local/socket_address.h"
+#include "platform/local/trace.h"
+#include "platform/local/wait_set.h"
+
+namespace ovk::local {
+
+namespace {
+
+// Enough that no connection in use is left out of one look: the order among writers' connections depends on it.
+constexpr int mostEvents = 256;
+
+FileDescriptor listenAt(const std::string& path) {
+  sockaddr_un address;
+  if (!makeSocketAddress(path, address)) {
+    OVK_LOCAL_TRACE(traceError, "socket path %s has %zu characters, the limit is %zu\n", path.c_str(), path.size(),
+                    longestSocketPath);
+    return FileDescriptor();
+  }
+  FileDescriptor listener(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+  if (listener && ::bind(listener.get(), asGeneric(address), sizeof address) == 0 &&
+      ::listen(listener.get(), SOMAXCONN) == 0)
+    return listener;
+  OVK_LOCAL_TRACE(traceError, "cannot listen at %s: %s\n", path.c_str(), errorText(errno).c_str());
+  return FileDescriptor();
+}
+
+// A read of 0 bytes is an empty message or the end. Once the writer has hung up nothing can follow, so the count of
+// waiting bytes is final then.
+bool isAtEnd(int connection) {
+  pollfd state{connection, POLLRDHUP, 0};
+  if (::poll(&state, 1, 0) <= 0 || (state.revents & (POLLRDHUP | POLLHUP | POLLERR)) == 0) return false;
+  int waiting = 0;
+  return ::ioctl(connection, FIONREAD, &waiting) != 0 || waiting == 0;
+}
+
+bool isShortage(int error) { return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM; }
+
+} // namespace
+
+std::unique_ptr<ReadChannel> ReadChannel::open(const BusDirectoryPtr& directory, const std::string& socketName) {
+  directory->remove(socketName);
+  FileDescriptor listener = listenAt(directory->pathOf(socketName));
+  if (!listener) return nullptr;
+  FileDescriptor events(::epoll_create1(EPOLL_CLOEXEC));
+  std::unique_ptr<ReadChannel> channel(new ReadChannel(directory, socketName, std::move(listener), std::move(events)));
+  if (channel->listenTo(channel->listener_.get(), EPOLL_CTL_ADD, EPOLLIN) && watch(channel->events_.get()))
+    return channel;
+  OVK_LOCAL_TRACE(traceError, "cannot wait for messages: %s\n", errorText(errno).c_str());
+  return nullptr;
+}
+
+ReadChannel::ReadChannel(BusDirectoryPtr directory, std::string socketName, FileDescriptor listener,
+                         FileDescriptor events)
+    : directory_(std::move(directory)), socketName_(std::move(socketName)), listener_(std::move(listener)),
+      events_(std::move(events)), owner_(::getpid()) {}
+
+ReadChannel::~ReadChannel() {
+  // A forked child shares socket and wait descriptor with its parent, who goes on using them.
+  if (::getpid() != owner_) return;
+  unwatch(events_.get());
+  directory_->remove(socketName_);
+}
+
+int ReadChannel::read(void* buffer, unsigned size) {
+  for (;;) {
+    if (ready_.empty() && !look()) return 0;
+    const int length = receive(ready_.front(), buffer, size);
+    if (length > 0) return length;
+    ready_.pop_front();
+  }
+}
+
+// Fills the list of connections to be emptied; false when there are none.
+bool ReadChannel::look() {
+  if (paused_) acceptOne();
+  epoll_event events[mostEvents];
+  const int count = uninterrupted([&] { return ::epoll_wait(events_.get(), events, mostEvents, 0); });
+  bool knocking = false;
+  for (int i = 0; i < count; ++i) {
+    if (events[i].data.fd == listener_.get()) {
+      knocking = true;
+    } else {
+      ready_.push_back(events[i].data.fd);
+    }
+  }
+  if (knocking) acceptOne();
+  return !ready_.empty();
+}
+
+// Without a descriptor for the next connection the listener would stay readable: it is left alone until one is free.
+void ReadChannel::acceptOne() {
+  FileDescriptor connection(
+      uninterrupted([this] { return ::accept4(listener_.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC); }));
+  const int error = errno;
+  const bool shortage = !connection && isShortage(error);
+  if (shortage != paused_) {
+    paused_ = shortage;
+    listenTo(listener_.get(), EPOLL_CTL_MOD, shortage ? 0U : unsigned{EPOLLIN});
+    if (shortage) OVK_LOCAL_TRACE(traceError, "cannot take in a new writer: %s\n", errorText(error).c_str());
+  }
+  if (connection) adopt(std::move(connection));
+}
+
+void ReadChannel::adopt(FileDescriptor connection) {
+  const int descriptor = connection.get();
+  if (!listenTo(descriptor, EPOLL_CTL_ADD, EPOLLIN)) {
+    OVK_LOCAL_TRACE(traceError, "cannot wait for a new writer: %s\n", errorText(errno).c_str());
+    return;
+  }
+  connections_.emplace(descriptor, std::move(connection));
+  ready_.push_back(descriptor);
+}
+
+bool ReadChannel::listenTo(int descriptor, int operation, unsigned events) const {
+  epoll_event event{};
+  event.events = events;
+  event.data.fd = descriptor;
+  return ::epoll_ctl(events_.get(), operation, descriptor, &event) == 0;
+}
+
+// The next message of one connection; 0 when it is empty, or at its end and closed now.
+int ReadChannel::receive(int connection, void* buffer, unsigned size) {
+  for (;;) {
+    const ssize_t length = uninterrupted([&] { return ::recv(connection, buffer, size, MSG_DONTWAIT | MSG_TRUNC); });
+    if (length > static_cast<ssize_t>(size)) {
+      OVK_LOCAL_TRACE(traceError, "message of %zd bytes dropped, the buffer has %u\n", length, size);
+      continue;
+    }
+    if (length > 0) return static_cast<int>(length);
+    if (length < 0 && errno == EAGAIN) return 0;
+    if (length == 0 && !isAtEnd(connection)) continue;
+    connections_.erase(connection);
+    return 0;
+  }
+}
+
+} // namespace ovk::local

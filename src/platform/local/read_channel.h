@@ -1,0 +1,45 @@
+#pragma once
+
+#include <deque>
+#include <map>
+#include <memory>
+#include <string>
+#include <sys/types.h>
+
+#include "platform/local/bus_directory.h"
+
+namespace ovk::local {
+
+/// A channel that this process reads: a socket at which writers connect, and their connections.
+class ReadChannel {
+public:
+  /// Null, with a trace line, when the socket cannot be made. What stands at its name is replaced.
+  static std::unique_ptr<ReadChannel> open(const BusDirectoryPtr& directory, const std::string& socketName);
+
+  ReadChannel(const ReadChannel&) = delete;
+  ReadChannel& operator=(const ReadChannel&) = delete;
+  ~ReadChannel();
+
+  /// The next message's length, 0 when there is none.
+  int read(void* buffer, unsigned size);
+
+private:
+  ReadChannel(BusDirectoryPtr directory, std::string socketName, FileDescriptor listener, FileDescriptor events);
+
+  bool look();
+  void acceptOne();
+  void adopt(FileDescriptor connection);
+  bool listenTo(int descriptor, int operation, unsigned events) const;
+  int receive(int connection, void* buffer, unsigned size);
+
+  BusDirectoryPtr directory_;
+  std::string socketName_;
+  FileDescriptor listener_;
+  FileDescriptor events_;
+  std::map<int, FileDescriptor> connections_;
+  std::deque<int> ready_; // connections that may hold messages, in the order in which they are to be emptied
+  bool paused_ = false;   // no descriptor was left for the next connection
+  pid_t owner_;
+};
+
+} // namespace ovk::local

@@ -1,0 +1,93 @@
+// topology.json on the disk.
+//
+// Users write the file by hand, programs edit it through this one. An edit is made under a lock on the directory (the
+// file itself is another one after each edit) and put in place by renaming, so that readers need no lock and see the
+// old file or the new one. A file with a fault is left alone: its author meant something by it.
+
+#include "platform/local/topology_file.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <string_view>
+#include <sys/file.h>
+
+#include "platform/local/file_names.h"
+#include "platform/local/trace.h"
+
+namespace ovk::local {
+
+namespace {
+
+constexpr off_t mostBytes = off_t{16} * 1024 * 1024;
+constexpr const char* currentName = topologyFileName.data();
+constexpr const char* newName = "topology.json.new";
+
+std::string failure(const char* step) { return std::string(step) + ": " + errorText(errno); }
+
+// Reads `size` bytes, or fewer when the file became shorter.
+bool readAll(int file, std::size_t size, std::string& text) {
+  text.resize(size);
+  std::size_t length = 0;
+  while (length < size) {
+    const auto got = uninterrupted([&] { return ::read(file, &text[length], size - length); });
+    if (got < 0) return false;
+    if (got == 0) break;
+    length += static_cast<std::size_t>(got);
+  }
+  text.resize(length);
+  return true;
+}
+
+bool writeAll(int file, std::string_view text) {
+  while (!text.empty()) {
+    const auto written = uninterrupted([&] { return ::write(file, text.data(), text.size()); });
+    if (written < 0) return false;
+    text.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return true;
+}
+
+// Writes the new file completely before it takes the old one's name.
+std::string replaceFile(const BusDirectory& directory, const std::string& text) {
+  const int flags = O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC;
+  const FileDescriptor file(::openat(directory.descriptor(), newName, flags, S_IRUSR | S_IWUSR));
+  if (!file || !writeAll(file.get(), text) || ::fsync(file.get()) != 0) return failure("cannot write");
+  if (::renameat(directory.descriptor(), newName, directory.descriptor(), currentName) != 0)
+    return failure("cannot replace");
+  return {};
+}
+
+} // namespace
+
+bool readTopologyFile(const BusDirectory& directory, TopologyConfig& config, std::string& fault) {
+  config = TopologyConfig();
+  // Not to hang on what is not a file.
+  const FileDescriptor file(::openat(directory.descriptor(), currentName, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  if (!file && errno == ENOENT) return true;
+  struct stat status;
+  std::string text;
+  if (!file || ::fstat(file.get(), &status) != 0) {
+    fault = failure("cannot open");
+  } else if (!S_ISREG(status.st_mode) || status.st_size > mostBytes) {
+    fault = "not a file of at most 16 MB";
+  } else if (!readAll(file.get(), static_cast<std::size_t>(status.st_size), text)) {
+    fault = failure("cannot read");
+  } else {
+    return parseTopology(text, config, fault);
+  }
+  return false;
+}
+
+std::string editTopologyFile(const BusDirectory& directory, const TopologyChange& change) {
+  // A descriptor of its own, since the lock is the open file's.
+  const FileDescriptor lock(::openat(directory.descriptor(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!lock || uninterrupted([&] { return ::flock(lock.get(), LOCK_EX); }) != 0) return failure("cannot lock");
+  TopologyConfig config;
+  std::string fault;
+  if (!readTopologyFile(directory, config, fault)) return fault;
+  fault = change(config);
+  if (fault.empty()) fault = conflictIn(config);
+  return fault.empty() ? replaceFile(directory, formatTopology(config)) : fault;
+}
+
+} // namespace ovk::local

@@ -1,0 +1,104 @@
+// Trace lines, to the standard error stream or to the application's sink.
+//
+// A call whose level is not wanted ends at its first comparison. A line goes out in one piece and whole, whatever its
+// length, unless there is no memory for it; errno stays as it was: callers trace between a failure and its report.
+
+#include "platform/trace_log.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <ctime>
+#include <memory>
+#include <new>
+
+#include "ovk/local_platform.h"
+#include "platform/local/file_descriptor.h"
+
+namespace {
+
+struct Settings {
+  int threshold = traceError;
+  ovk_local_TraceSink_t sink = nullptr;
+  void* context = nullptr;
+};
+Settings settings;
+
+// Where the line comes from.
+struct Origin {
+  const char* file;
+  int line;
+  const char* function;
+  int level;
+};
+
+// Both give the length of the whole text, and write what fits.
+std::size_t formatPrefix(char* to, std::size_t size, const timespec& now, const Origin& origin) {
+  const long second = static_cast<long>(now.tv_sec % 86400); // of the day, UTC
+  const int length =
+      std::snprintf(to, size, "%02ld:%02ld:%02ld.%06ld %d %s:%d %s: ", second / 3600, second / 60 % 60, second % 60,
+                    now.tv_nsec / 1000, origin.level, origin.file, origin.line, origin.function);
+  return static_cast<std::size_t>(std::max(length, 0));
+}
+
+std::size_t formatLine(char* to, std::size_t size, const timespec& now, const Origin& origin, const char* format,
+                       va_list arguments) {
+  const std::size_t prefix = formatPrefix(to, size, now, origin);
+  const std::size_t used = std::min(prefix, size);
+  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the caller started it
+  const int length = std::vsnprintf(to + used, size - used, format, arguments);
+  return prefix + static_cast<std::size_t>(std::max(length, 0));
+}
+
+void writeAll(const char* text, std::size_t length) {
+  while (length > 0) {
+    const auto written = ovk::local::uninterrupted([&] { return ::write(STDERR_FILENO, text, length); });
+    if (written <= 0) return;
+    text += written;
+    length -= static_cast<std::size_t>(written);
+  }
+}
+
+// `text` holds `length` characters and a NUL. The line feed at the end is the format's.
+void emit(char* text, std::size_t length) {
+  if (length > 0 && text[length - 1] == '\n') --length;
+  if (settings.sink != nullptr) {
+    text[length] = '\0';
+    settings.sink(text, static_cast<unsigned>(length), settings.context);
+    return;
+  }
+  text[length] = '\n'; // in place of the NUL, so that one write does
+  writeAll(text, length + 1);
+}
+
+} // namespace
+
+// NOLINTNEXTLINE(cert-dcl50-cpp): printf's form is part of the interface
+void logTracePrint(const char* file, int line, const char* function, int level, const char* format, ...) {
+  if (level > settings.threshold) return;
+  const int error = errno;
+  const Origin origin{file, line, function, level};
+  timespec now{};
+  ::clock_gettime(CLOCK_REALTIME, &now);
+  char shortLine[1024];
+  va_list arguments;
+  va_start(arguments, format);
+  const std::size_t length = formatLine(shortLine, sizeof shortLine, now, origin, format, arguments);
+  va_end(arguments);
+  const std::unique_ptr<char[]> longLine(length < sizeof shortLine ? nullptr : new (std::nothrow) char[length + 1]);
+  if (longLine) {
+    va_start(arguments, format);
+    formatLine(longLine.get(), length + 1, now, origin, format, arguments);
+    va_end(arguments);
+  }
+  emit(longLine ? longLine.get() : shortLine, longLine ? length : std::min(length, sizeof shortLine - 1));
+  errno = error;
+}
+
+void ovk_local_set_trace_threshold(int level) { settings.threshold = level; }
+
+void ovk_local_set_trace_sink(ovk_local_TraceSink_t sink, void* context) {
+  settings.sink = sink;
+  settings.context = context;
+}

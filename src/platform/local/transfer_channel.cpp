@@ -1,0 +1,151 @@
+// The transfer channels of this process.
+//
+// The first channel makes the process a participant of the bus, the last one to go ends that: whoever holds a channel
+// holds the identifier. What is still open when the program ends is closed then, so that nothing stays behind.
+
+#include "platform/transfer_channel.h"
+
+#include <array>
+#include <memory>
+
+#include "platform/local/file_names.h"
+#include "platform/local/own_identity.h"
+#include "platform/local/presence.h"
+#include "platform/local/read_channel.h"
+#include "platform/local/routing.h"
+#include "platform/local/trace.h"
+#include "platform/local/traffic.h"
+#include "platform/local/write_channel.h"
+
+namespace ovk::local {
+
+namespace {
+
+constexpr int channelCount = 4;
+constexpr unsigned longestMessage = 16383;
+
+struct Channels {
+  std::string fid; // of the participant
+  BusDirectoryPtr directory;
+  std::optional<FileLock> presence;
+  std::array<std::unique_ptr<ReadChannel>, channelCount> read;
+  std::array<std::unique_ptr<WriteChannel>, channelCount> written;
+
+  bool isOpen(std::size_t index) const { return read[index] || written[index]; }
+  void close(std::size_t index);
+};
+
+void Channels::close(std::size_t index) {
+  read[index].reset();
+  written[index].reset();
+  for (std::size_t other = 0; other < channelCount; ++other)
+    if (isOpen(other)) return;
+  presence.reset();
+}
+
+// Closes everything at the end of the program, but leaves the table itself to those who end later.
+class ClosedAtExit {
+public:
+  explicit ClosedAtExit(Channels& all) : all_(all) {}
+  ClosedAtExit(const ClosedAtExit&) = delete;
+  ClosedAtExit& operator=(const ClosedAtExit&) = delete;
+  ~ClosedAtExit() {
+    for (std::size_t index = 0; index < channelCount; ++index) all_.close(index);
+  }
+
+private:
+  Channels& all_;
+};
+
+Channels& channels() {
+  static Channels& all = *new Channels;
+  static const ClosedAtExit atExit(all);
+  return all;
+}
+
+bool isChannel(int index) { return index >= 0 && index < channelCount; }
+
+bool isWritten(int index) { return index == IPC_TC_QMX_CLIENT_REQ_IDX || index == IPC_TC_QMX_SERVER_RSP_IDX; }
+
+// Requests are read as requests, responses as responses.
+int targetChannel(int index) {
+  return index == IPC_TC_QMX_CLIENT_REQ_IDX ? IPC_TC_QMX_SERVER_REQ_IDX : IPC_TC_QMX_CLIENT_RSP_IDX;
+}
+
+// Makes the process a participant unless it is one already.
+bool takePart(Channels& all) {
+  if (all.presence && all.fid == ownFid()) return true;
+  if (all.presence || ownFid().empty()) {
+    OVK_LOCAL_TRACE(traceError, "%s\n", all.presence ? "channels of another identifier are open" : "no own identifier");
+    return false;
+  }
+  all.directory = busDirectory();
+  all.fid = ownFid();
+  if (!all.directory) return false;
+  std::optional<FileLock> presence = join(all.directory, all.fid);
+  if (presence) all.presence.emplace(std::move(*presence));
+  return all.presence.has_value();
+}
+
+void openChannel(Channels& all, int index) {
+  const auto at = static_cast<std::size_t>(index);
+  if (isWritten(index)) {
+    all.written[at] = std::make_unique<WriteChannel>(all.directory, targetChannel(index));
+  } else {
+    all.read[at] = ReadChannel::open(all.directory, fileName(all.fid, socketSuffix(index)));
+  }
+}
+
+bool open(int index) {
+  Channels& all = channels();
+  const auto at = static_cast<std::size_t>(index);
+  if (!takePart(all)) return false;
+  if (!all.isOpen(at)) openChannel(all, index);
+  if (all.isOpen(at)) return true;
+  all.close(at); // gives the identifier back when no other channel is open
+  return false;
+}
+
+} // namespace
+
+} // namespace ovk::local
+
+using ovk::local::channels;
+
+int createTransferChannel(int index, int role) {
+  const int ownRole = ovk::local::isWritten(index) ? transferChannelWritten : transferChannelRead;
+  if (ovk::local::isChannel(index) && role == ownRole) return ovk::local::open(index) ? 0 : -1;
+  OVK_LOCAL_TRACE(traceError, "there is no channel %d of role %d\n", index, role);
+  return -1;
+}
+
+int readTransferChannel(int index, void* buffer, unsigned size) {
+  if (!ovk::local::isChannel(index)) return -1;
+  const auto& channel = channels().read[static_cast<std::size_t>(index)];
+  if (!channel) return -1;
+  const int length = channel->read(buffer, size);
+  if (length > 0) ++ovk::local::traffic().received;
+  return length;
+}
+
+int writeTransferChannel(int index, const void* message, unsigned size) {
+  if (!ovk::local::isChannel(index) || !channels().written[static_cast<std::size_t>(index)]) {
+    OVK_LOCAL_TRACE(traceError, "channel %d is not open for writing\n", index);
+    return -1;
+  }
+  if (size == 0 || size > ovk::local::longestMessage) {
+    OVK_LOCAL_TRACE(traceError, "a message has 1 to %u bytes, not %u\n", ovk::local::longestMessage, size);
+    return -1;
+  }
+  const std::string target = ovk::local::targetOf(index, std::string_view(static_cast<const char*>(message), size));
+  if (target.empty()) return -1;
+  if (!channels().written[static_cast<std::size_t>(index)]->write(target, message, size)) return -1;
+  ++ovk::local::traffic().delivered;
+  return 0;
+}
+
+int destroyTransferChannel(int index) {
+  if (!ovk::local::isChannel(index)) return -1;
+  channels().close(static_cast<std::size_t>(index));
+  return 0;
+}

@@ -1,0 +1,30 @@
+// One descriptor to wait on for all channels.
+//
+// It may be asked for before any channel exists and must stay the same, so it is made at first use and never closed.
+
+#include "platform/local/wait_set.h"
+
+#include <sys/epoll.h>
+
+#include "ovk/local_platform.h"
+
+namespace ovk::local {
+
+int waitDescriptor() {
+  static int descriptor = -1;
+  if (descriptor < 0) descriptor = ::epoll_create1(EPOLL_CLOEXEC);
+  return descriptor;
+}
+
+bool watch(int descriptor) {
+  epoll_event event{};
+  event.events = EPOLLIN;
+  event.data.fd = descriptor;
+  return ::epoll_ctl(waitDescriptor(), EPOLL_CTL_ADD, descriptor, &event) == 0;
+}
+
+void unwatch(int descriptor) { ::epoll_ctl(waitDescriptor(), EPOLL_CTL_DEL, descriptor, nullptr); }
+
+} // namespace ovk::local
+
+int ovk_local_wait_descriptor() { return ovk::local::waitDescriptor(); }

@@ -1,0 +1,109 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <utility>
+
+#include "ovk/ovk.h"
+
+namespace tool {
+
+/// The options that every command has.
+struct BusOptions {
+  std::string directory; ///< empty: the library's default
+  std::string id;        ///< own identifier
+  bool idGiven = false;  ///< by the user; else made for this process alone
+  std::chrono::milliseconds timeout{2000};
+  int verbose = 0;
+};
+
+/// What is known of the answer to one request.
+struct Reply {
+  std::string source;
+  std::string refId;
+  bool arrived = false;
+  bool refused = false;
+  std::string reason;
+
+  /// Takes the answer's header when it is the one waited for. Others (late answers to earlier requests) are ignored.
+  template <class Record>
+  bool take(const Record& record) {
+    if (arrived || source != record.srcFid || refId != record.refId) return false;
+    arrived = true;
+    refused = record.success == 0;
+    reason = record.errReason;
+    return !refused;
+  }
+};
+
+/// This process's part in the bus, from initialisation to shutdown. One at a time.
+class Session {
+public:
+  explicit Session(const BusOptions& busOptions);
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  /// Hands each record of the service to `receiver.receive(record)`, as long as the session works; the last call for a
+  /// service counts. Fails (no bus) when the channels cannot be opened.
+  template <ovk_Service_t service, class Record, class Receiver>
+  void listen(Receiver& receiver) {
+    registerService(service, &deliver<service, Record, Receiver>, &receiver);
+  }
+
+  /// Sends one request and waits for its answer, which `take` copies from the record. `send` gets the reference and
+  /// returns the library's status. Fails when the device is unknown, refuses, or does not answer in time.
+  template <ovk_Service_t service, class Record, class Send, class Take>
+  void ask(const std::string& fid, Send send, Take take) {
+    Question<Record, Take> question{{fid, nextReference(), false, false, ""}, std::move(take)};
+    listen<service, Record>(question);
+    requireKnown(fid);
+    exchange(question.reply, [&] { return send(question.reply.refId.c_str()); });
+  }
+
+  /// Fails unless the topology knows the participant.
+  void requireKnown(const std::string& fid);
+  void work() { ovk_DoWork(nullptr, nullptr, nullptr); }
+  /// The bus's view of itself, without the passing participant that this process may be.
+  std::vector<ovk_topology_controller_t> topology();
+  /// Trace lines are kept until something fails, unless --verbose or this says otherwise.
+  void traceToStderr();
+  /// What the bus said about a failure, to be appended to an error text.
+  std::string why() const;
+  const BusOptions& options() const { return opts; }
+
+private:
+  template <class Record, class Take>
+  struct Question {
+    Reply reply;
+    Take copy;
+    void receive(const Record& record) {
+      if (reply.take(record)) copy(record);
+    }
+  };
+
+  template <ovk_Service_t service, class Record, class Receiver>
+  static int deliver(void* data, unsigned /*size*/) {
+    auto* receiver = static_cast<Receiver*>(OrvaneServices[service].p_UserContext);
+    receiver->receive(*static_cast<const Record*>(data));
+    return 0;
+  }
+
+  void registerService(ovk_Service_t service, ovk_ServiceCallback_t callback, void* receiver);
+  void exchange(const Reply& reply, const std::function<unsigned()>& send);
+  bool waitFor(const bool& arrived);
+  void requireSent(const std::string& fid, unsigned status) const;
+  [[noreturn]] void failSilent(const Reply& reply, const std::vector<uint32_t>& errorsBefore) const;
+  std::vector<uint32_t> errorCounters() const;
+  std::string nextReference();
+  /// Forgets what the bus said about earlier attempts.
+  void tryAnew() { firstTrace.clear(); }
+  static void keepTrace(const char* line, unsigned length, void* session);
+
+  BusOptions opts;
+  std::string firstTrace; ///< of what is being tried
+  unsigned requests = 0;
+};
+
+} // namespace tool

@@ -1,0 +1,122 @@
+// ovk sim: one controller, alone or with its sensors, simulated from device files.
+//
+// All files are checked before anything starts. With --id the files are the devices of that controller (itself
+// included, if one names it); without, the one file is its own controller. SIGINT and SIGTERM are the normal end.
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <iostream>
+#include <optional>
+#include <poll.h>
+
+#include "device_file.h"
+#include "failure.h"
+#include "options.h"
+#include "ovk/local_platform.h"
+#include "sim_server.h"
+#include "stop_signal.h"
+
+namespace tool {
+namespace {
+
+struct Arguments {
+  std::vector<std::string> files;
+  bool checkOnly = false;
+  std::optional<int> delayMs;
+  std::optional<int> dropEvery;
+  std::optional<int> failEvery;
+};
+
+/// Options go before what the files say.
+void override(Faults& faults, const Arguments& arguments) {
+  faults.delayMs = arguments.delayMs.value_or(faults.delayMs);
+  faults.dropEvery = arguments.dropEvery.value_or(faults.dropEvery);
+  faults.failEvery = arguments.failEvery.value_or(faults.failEvery);
+}
+
+std::vector<DeviceDescription> loadAll(const Arguments& arguments) {
+  std::vector<DeviceDescription> devices;
+  for (const std::string& file : arguments.files) {
+    DeviceDescription device = loadDeviceFile(file);
+    for (size_t i = 0; i < devices.size(); ++i) {
+      if (devices[i].fid != device.fid) continue;
+      throw Failure(Exit_Other, file + ": fid: " + device.fid + " is already the device of " + arguments.files[i]);
+    }
+    override(device.faults, arguments);
+    devices.push_back(std::move(device));
+  }
+  return devices;
+}
+
+void printChecked(const std::vector<DeviceDescription>& devices, const Arguments& arguments) {
+  for (size_t i = 0; i < devices.size(); ++i) {
+    std::cout << arguments.files[i] << ": good, " << devices[i].fid << '\n';
+  }
+}
+
+/// A sensor that the topology does not know gets no requests, so the user should hear of it; but it may become known
+/// while the simulation runs.
+void warnUnreachable(const DeviceDescription& device, const std::string& controller) {
+  std::string parent;
+  if (ovk_topology_get_controller_fusionId_for_sensor(device.fid, parent) != 0 && parent == controller) return;
+  std::cerr << "ovk: " << device.fid << " cannot be asked yet: it is not known below " << controller
+            << "; run: ovk --bus '" << ovk_local_bus_directory() << "' topology add " << controller << ' ' << device.fid
+            << (device.name.empty() ? "" : " '" + device.name + "'") << '\n';
+}
+
+void announce(Session& session, const std::vector<DeviceDescription>& devices) {
+  session.work();
+  for (const DeviceDescription& device : devices) warnUnreachable(device, session.options().id);
+  for (const DeviceDescription& device : devices) std::cout << "ready " << device.fid << '\n';
+  if (!std::cout.flush()) throw Failure(Exit_Other, "the ready line could not be written");
+}
+
+/// Delayed answers shorten the wait; nothing is ever slept through.
+void serveUntilStopped(Session& session, SimServer& server, const StopSignal& stop) {
+  pollfd waiting[] = {{ovk_local_wait_descriptor(), POLLIN, 0}, {stop.descriptor(), POLLIN, 0}};
+  while (waiting[1].revents == 0) {
+    session.work();
+    server.answers().release(AnswerQueue::Clock::now());
+    const int timeout = server.answers().timeToNext(AnswerQueue::Clock::now());
+    if (poll(waiting, 2, timeout) < 0 && errno != EINTR) throw Failure(Exit_Other, "cannot wait for messages");
+  }
+}
+
+void simulate(BusOptions bus, const Arguments& arguments) {
+  const std::vector<DeviceDescription> devices = loadAll(arguments);
+  if (arguments.checkOnly) return printChecked(devices, arguments);
+  if (!bus.idGiven && devices.size() > 1) {
+    throw Failure(Exit_Usage, "several devices need a controller; name it with --id, or start one 'ovk sim' for each");
+  }
+  if (!bus.idGiven) bus.id = devices[0].fid;
+  const StopSignal stop; // before the bus is opened: an early SIGTERM must leave nothing behind
+  SimServer server(devices);
+  Session session(bus);
+  session.listen<ovk_Service_DescriptorReadServer, ovk_DescriptorReadReqCallbackData_t>(server);
+  session.listen<ovk_Service_TagReadServer, ovk_TagReadReqCallbackData_t>(server);
+  session.listen<ovk_Service_RegisterReadServer, ovk_RegisterReadReqCallbackData_t>(server);
+  session.listen<ovk_Service_RegisterWriteServer, ovk_RegisterWriteReqCallbackData_t>(server);
+  session.traceToStderr();
+  announce(session, devices);
+  serveUntilStopped(session, server, stop);
+  std::cerr << server.summary() << '\n';
+}
+
+} // namespace
+
+void addSimCommand(CLI::App& app, Action& chosen) {
+  CLI::App* command = addCommand(app, "sim", "Simulate the devices described in files, until SIGINT or SIGTERM");
+  const auto arguments = std::make_shared<Arguments>();
+  command->add_option("FILE", arguments->files, "Device files; several are devices of the controller named by --id")
+      ->required();
+  command->add_flag("--check", arguments->checkOnly, "Only check the files");
+  const auto fault = [&](const char* name, std::optional<int>& value, int most, const char* description) {
+    command->add_option(name, value, description)->check(CLI::Range(0, most))->type_name("N");
+  };
+  fault("--delay-ms", arguments->delayMs, 3600000, "Answer after N milliseconds");
+  fault("--drop-every", arguments->dropEvery, 1000000000, "Leave each Nth request without an answer");
+  fault("--fail-every", arguments->failEvery, 1000000000, "Refuse each Nth request");
+  command->callback([=, &chosen] { chosen = [=](const BusOptions& bus) { simulate(bus, *arguments); }; });
+}
+
+} // namespace tool

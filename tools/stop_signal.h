@@ -1,0 +1,20 @@
+#pragma once
+
+namespace tool {
+
+/// SIGINT and SIGTERM as a descriptor for poll(), from construction on: they no longer end the process by themselves.
+class StopSignal {
+public:
+  StopSignal();
+  ~StopSignal();
+  StopSignal(const StopSignal&) = delete;
+  StopSignal& operator=(const StopSignal&) = delete;
+
+  /// Readable when the process is asked to end.
+  int descriptor() const { return fd; }
+
+private:
+  int fd;
+};
+
+} // namespace tool

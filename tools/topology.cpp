@@ -1,0 +1,112 @@
+// ovk topology: who is on the bus and below which controller, and the list of static devices.
+//
+// The texts of a record are named attr1 to attr5; what they mean on this bus is told in ovk/local_platform.h, and only
+// here is it used.
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+
+#include "arguments.h"
+#include "failure.h"
+#include "options.h"
+#include "ovk/local_platform.h"
+#include "table.h"
+
+namespace tool {
+namespace {
+
+struct Arguments {
+  bool listStatic = false;
+  std::string selector;
+  std::string parent;
+  std::string fid;
+  std::string name;
+};
+
+std::string orDash(const std::string& text) { return text.empty() ? "-" : text; }
+
+void print(const std::vector<ovk_topology_controller_t>& controllers) {
+  Table table(std::cout, {{"identifier", 24, Column::Left},
+                          {"role", 10, Column::Left},
+                          {"name", 20, Column::Left},
+                          {"at", 24, Column::Left},
+                          {"state", 7, Column::Left}});
+  for (const auto& controller : controllers) {
+    table.row({controller.attr1, "controller", orDash(controller.attr2), "-", orDash(controller.attr5)});
+    for (const auto& sensor : controller.sensors) {
+      table.row({sensor.attr1, "sensor", orDash(sensor.attr2), controller.attr1, orDash(sensor.attr4)});
+    }
+  }
+}
+
+void list(const BusOptions& bus, const Arguments& arguments) {
+  if (!arguments.selector.empty()) requireIdentifier(arguments.selector);
+  Session session(bus);
+  std::vector<ovk_topology_controller_t> controllers = session.topology();
+  if (arguments.listStatic && !ovk_topology_cfg_get_static_device_list(controllers, arguments.selector)) {
+    throw Failure(Exit_Other, "the static devices could not be read" + session.why());
+  }
+  print(controllers);
+  // What the bus complained of, an unusable topology file say, makes the list shorter but not wrong.
+  if (!session.why().empty()) std::cerr << "ovk: this list may be incomplete" << session.why() << '\n';
+}
+
+void requireDone(const Session& session, int result, const std::string& what) {
+  if (result == 0) throw Failure(Exit_Other, what + " was not possible" + session.why());
+}
+
+void add(const BusOptions& bus, const Arguments& arguments) {
+  requireIdentifier(arguments.parent);
+  requireIdentifier(arguments.fid);
+  Session session(bus);
+  const int result = arguments.name.empty()
+                         ? ovk_topology_cfg_set_static_device(arguments.parent, arguments.fid)
+                         : ovk_topology_cfg_set_static_device(arguments.parent, arguments.fid, arguments.name);
+  requireDone(session, result, "adding " + arguments.fid + " below " + arguments.parent);
+  std::cout << "added " << arguments.fid << " below " << arguments.parent << '\n';
+}
+
+void remove(const BusOptions& bus, const Arguments& arguments) {
+  requireIdentifier(arguments.parent);
+  requireIdentifier(arguments.fid);
+  Session session(bus);
+  const int result = ovk_topology_cfg_delete_static_device(arguments.parent, arguments.fid);
+  requireDone(session, result, "removing " + arguments.fid + " below " + arguments.parent);
+  std::cout << "removed " << arguments.fid << " below " << arguments.parent << '\n';
+}
+
+using Run = void (*)(const BusOptions&, const Arguments&);
+
+/// The innermost command decides: its callback comes before those of the commands around it.
+void choose(CLI::App* command, const std::shared_ptr<Arguments>& arguments, Action& chosen, Run run) {
+  command->callback([=, &chosen] {
+    if (!chosen) chosen = [=](const BusOptions& bus) { run(bus, *arguments); };
+  });
+}
+
+CLI::App* addEditCommand(CLI::App& topology, const std::shared_ptr<Arguments>& arguments, const char* name,
+                         const char* description) {
+  CLI::App* command = addCommand(topology, name, description);
+  command->add_option("PARENT", arguments->parent, "Identifier of the controller")->required();
+  command->add_option("FID", arguments->fid, "Identifier of the device below it")->required();
+  return command;
+}
+
+} // namespace
+
+void addTopologyCommand(CLI::App& app, Action& chosen) {
+  CLI::App* command = addCommand(app, "topology", "List who is on the bus; edit the list of static devices");
+  const auto arguments = std::make_shared<Arguments>();
+  command->add_option("--static", arguments->selector, "List static devices only; of one controller, or of all")
+      ->expected(0, 1)
+      ->type_name("[CONTROLLER]")
+      ->each([arguments](const std::string&) { arguments->listStatic = true; });
+  choose(command, arguments, chosen, &list);
+
+  CLI::App* adding = addEditCommand(*command, arguments, "add", "Add a static device or change its name");
+  adding->add_option("NAME", arguments->name, "Name of the device");
+  choose(adding, arguments, chosen, &add);
+  choose(addEditCommand(*command, arguments, "remove", "Remove a static device"), arguments, chosen, &remove);
+}
+
+} // namespace tool
