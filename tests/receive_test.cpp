@@ -42,6 +42,23 @@ EXPECT_AT(_TagItem_t, idd, 34);
 EXPECT_AT(_TagItem_t, data, 36);
 EXPECT_AT(_TagItem_t, regLen, 60);
 static_assert(offsetof(ovk_CommonData_t, refId) == 50 && sizeof(ovk_CommonData_t) == 91);
+EXPECT_AT(_TagItem_t, tag, 32);
+EXPECT_AT(_TagItem_t, startReg, 56);
+EXPECT_AT(ovk_RegisterReadReqCallbackData_t, startRegister1, 92);
+EXPECT_AT(ovk_RegisterReadReqCallbackData_t, numberRegisters1, 96);
+EXPECT_AT(ovk_RegisterReadReqCallbackData_t, startRegister2, 100);
+EXPECT_AT(ovk_RegisterWriteReqCallbackData_t, startRegister1, 96);
+EXPECT_AT(ovk_RegisterWriteReqCallbackData_t, numberRegisters1, 100);
+EXPECT_AT(ovk_RegisterWriteReqCallbackData_t, startRegister2, 112);
+EXPECT_AT(ovk_RegisterWriteReqCallbackData_t, numberRegisters2, 116);
+EXPECT_AT(OrvaneServiceRegistration_t, p_UserContext, 16);
+EXPECT_AT(OrvaneServiceRegistration_t, TransferChannelReadIdx, 40);
+static_assert(sizeof(void*) != 8 ||
+              (sizeof(ovk_DescriptorReadRspCallbackData_t) == 216 && sizeof(ovk_TagReadRspCallbackData_t) == 192 &&
+               sizeof(ovk_TagReadReqCallbackData_t) == 104 && sizeof(ovk_RegisterReadRspCallbackData_t) == 216 &&
+               sizeof(ovk_RegisterWriteReqCallbackData_t) == 128));
+static_assert(sizeof(ovk_DescriptorReadReqCallbackData_t) == 91 && sizeof(ovk_RegisterReadReqCallbackData_t) == 108 &&
+              sizeof(ovk_RegisterWriteRspCallbackData_t) == 180 && sizeof(_TagItem_t) == 64);
 static_assert(sizeof(DevTagDevInfoTag) == 8 && sizeof(Tag_t) == 8);
 
 namespace {

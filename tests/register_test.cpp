@@ -149,6 +149,12 @@ TEST_F(Registers, RequestRefusals) {
        2,
        "No values for the 2 registers from 1 on: null pointer",
        {}},
+      {"write: null values of area 2",
+       nothing,
+       [] { return ovk_WriteRegisters(peer.c_str(), "r", 0, 1, values, 1, 5, nullptr, 2); },
+       2,
+       "No values for the 2 registers from 5 on: null pointer",
+       {}},
       {"write: sendNotification",
        nothing,
        write(peer, "r", 2, 1, 1),
@@ -242,6 +248,8 @@ TEST_F(Registers, ReadResponses) {
   fake::reset();
   EXPECT_EQ(ovk_serveReadRegisters(peer.c_str(), own.c_str(), "r", 1, nullptr, 5, 1, nullptr, 5, false, "no"), 0U);
   EXPECT_EQ(ovk_serveReadRegisters(peer.c_str(), own.c_str(), "r", 1, values, 1, 1, nullptr, 5, true, "no"), 2U);
+  EXPECT_EQ(ovk_serveReadRegisters(peer.c_str(), own.c_str(), "r", 2, nullptr, 5, 1, values, 1, true, "no"), 2U);
+  EXPECT_TRUE(traced(2, "No values for the 5 registers from 2 on: null pointer"));
   EXPECT_TRUE(traced(2, "No values for the 5 registers from 1 on: null pointer"));
   platform().writeResult = 1;
   EXPECT_EQ(serve(true, nullptr), 7U);

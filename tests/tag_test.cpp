@@ -263,6 +263,7 @@ TEST_F(Tags, ValueTextsRead) {
       {0, "-infinity", true, -HUGE_VAL},
       {0, "1e39", false, 0},
       {0, ".", false, 0},
+      {0, "0x-1", false, 0},
       {0, "--1", false, 0},
       {0, "1,5", true, 1},
       {3, "7", false, 0},

@@ -29,7 +29,7 @@ using ovk_ServiceCallback_t = int (*)(void* pData, unsigned int DataLen);
 
 /// One registration, as kept in `OrvaneServices`.
 struct OrvaneServiceRegistration_t {
-  int32_t service;                 ///< the `ovk_Service_t` of the entry
+  ovk_Service_t service;           ///< the `ovk_Service_t` of the entry
   void* p_ServiceCallback;         ///< an `ovk_ServiceCallback_t`, null while the service is not registered
   void* p_UserContext;             ///< the application's own; stored, never read
   const char* p_UserString1;       ///< the application's own text; stored as a pointer, never read or copied

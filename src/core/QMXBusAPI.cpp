@@ -17,7 +17,7 @@ namespace {
 
 // Opens the two channels of a registered service. Services share channels, so this succeeds again and again.
 unsigned openChannels(const char* function, OrvaneServiceRegistration_t& registration) {
-  const auto service = static_cast<ovk_Service_t>(registration.service);
+  const ovk_Service_t service = registration.service;
   registration.TransferChannelReadIdx = getTransferChannelReadIdx(service);
   registration.TransferChannelWriteIdx = getTransferChannelWriteIdx(service);
   const int read = createTransferChannel(registration.TransferChannelReadIdx, transferChannelRead);

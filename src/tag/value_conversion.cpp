@@ -82,6 +82,7 @@ bool readFloat(std::string_view text, float& number) {
   if (isHexPrefix(text)) {
     text.remove_prefix(2);
     format = std::chars_format::hex;
+    if (!text.empty() && text.front() == '-') return false;
   }
   float value = 0;
   if (std::from_chars(text.data(), endOf(text), value, format).ec != std::errc()) return false;

@@ -19,8 +19,9 @@ class CheckedText {
 public:
   bool isGood(std::string_view text) {
     if (text != text_) {
-      isGood_ = ovk::local::isOneJsonValue(text);
+      isGood_ = false; // should there be no memory for the text, the verdict must not stand for the one before
       text_ = text;
+      isGood_ = ovk::local::isOneJsonValue(text);
     }
     return isGood_;
   }
