@@ -148,7 +148,7 @@ DeviceInfo readInfo(const JsonMember& member) {
 }
 
 std::string readFid(const JsonMember& member) {
-  const std::string fid = member.text(ovk_FusionIdLength);
+  std::string fid = member.text(ovk_FusionIdLength);
   if (!isIdentifier(fid)) member.fail("'" + fid + "' is not an identifier; write it like VR017_00042_00A0B1C2D3E4");
   return fid;
 }

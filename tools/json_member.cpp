@@ -124,7 +124,7 @@ bool JsonMember::boolean() const {
 
 std::string JsonMember::text(size_t longest) const {
   if (!value.is_string()) fail("must be a text");
-  const std::string content = value.get<std::string>();
+  std::string content = value.get<std::string>();
   if (content.size() > longest) fail("has more than " + std::to_string(longest) + " bytes");
   if (std::any_of(content.begin(), content.end(), &spoilsMessages)) {
     fail("has a quote, a backslash or a control character, which messages cannot carry");

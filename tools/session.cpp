@@ -125,8 +125,8 @@ void Session::failSilent(const Reply& reply, const std::vector<uint32_t>& errors
   std::string text = "no answer from " + reply.source + " within " + secondsText(opts.timeout);
   for (size_t i = 0; i < errors.size() && i < errorsBefore.size(); ++i) {
     if (errors[i] == errorsBefore[i]) continue;
-    const std::string counter = std::to_string(kAnswerErrors[i]);
-    throw Failure(Exit_NoAnswer, text + ": an answer came but could not be read (counter " + counter + ")");
+    text.append(": an answer came but could not be read (counter ").append(std::to_string(kAnswerErrors[i]));
+    throw Failure(Exit_NoAnswer, text + ")");
   }
   throw Failure(Exit_NoAnswer, text + "; it may be busy: try a longer --timeout");
 }

@@ -111,8 +111,7 @@ void SimServer::receive(const ovk_TagReadReqCallbackData_t& request) {
 
 void SimServer::receive(const ovk_DescriptorReadReqCallbackData_t& request) {
   const Act act = [](Device& device) -> Send {
-    const DeviceInfo info = device.info();
-    return [=](const Envelope& to, const char* reason) { return sendInfo(to, info, reason); };
+    return [info = device.info()](const Envelope& to, const char* reason) { return sendInfo(to, info, reason); };
   };
   serve(envelopeOf(request), "info", act,
         [](const Envelope& to, const char* reason) { return sendInfo(to, {}, reason); });

@@ -41,10 +41,12 @@ void addConfigured(std::vector<Request>& requests, const std::string& file) {
   DevTagDevInfoTag tag{};
   std::string fid;
   const unsigned status = getTagFromConfig(contentOf(file), tag, fid);
-  if (status == ovk_Status_NotWritten) throw Failure(Exit_Other, file + ": \"telegram\" is empty; name a device in it");
+  if (status == ovk_Status_NotWritten)
+    throw Failure(Exit_Other, file + R"(: "telegram" is empty; name a device in it)");
   if (status != ovk_Status_Done) {
-    throw Failure(Exit_Other, file + ": no tag item; expected {\"telegram\":[{\"fid\":\"...\",\"portlist\":" +
-                                  "[{\"tag\":17}]}]}, or \"deviceinfo\" in place of \"tag\"");
+    throw Failure(Exit_Other, file +
+                                  R"(: no tag item; expected {"telegram":[{"fid":"...","portlist":[{"tag":17}]}]}, )" +
+                                  R"(or "deviceinfo" in place of "tag")");
   }
   if (!isIdentifier(fid)) throw Failure(Exit_Usage, file + ": '" + printable(fid) + "' is not an identifier");
   for (Request& request : requests) {
