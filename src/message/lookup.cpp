@@ -17,43 +17,29 @@ ElementPath::ElementPath(std::string_view array) {
   *end_ = '\0';
 }
 
-std::string_view ElementPath::element(int index) {
-  const bool isNext = index == index_ + 1 && end_[-1] == ']' && end_[-2] != '9';
+std::string_view ElementPath::otherElement(int index) {
   index_ = index;
-  if (isNext) { // most often: only the last digit changes
-    ++end_[-2];
-    return {path_, static_cast<std::size_t>(end_ - path_)};
-  }
   end_ = std::to_chars(bracket_, path_ + sizeof path_, index).ptr;
   *end_++ = ']';
   *end_ = '\0';
-  return {path_, static_cast<std::size_t>(end_ - path_)};
+  return path();
 }
 
-std::string_view ElementPath::member(int index, std::string_view name) {
-  element(index);
-  *end_++ = '.';
-  std::memcpy(end_, name.data(), name.size());
-  end_ += name.size();
-  *end_ = '\0';
-  return {path_, static_cast<std::size_t>(end_ - path_)};
-}
-
-bool findNumber(const char* function, const Json& document, const char* path, const char* token, int& value) {
+bool findNumber(const char* function, const Json& document, std::string_view path, const char* token, int& value) {
   if (document.GetValueAsInt(path, &value)) {
-    OVK_TRACE_AS(function, traceProgress, "Found '%s' with value %d \n", path, value);
+    OVK_TRACE_AS(function, traceProgress, "Found '%s' with value %d \n", path.data(), value);
     return true;
   }
   OVK_TRACE_AS(function, traceError, "token '%s' not found in message\n", token);
   return false;
 }
 
-bool findText(const char* function, const Json& document, const char* path, const char* msg, std::string& value) {
+bool findText(const char* function, const Json& document, std::string_view path, const char* msg, std::string& value) {
   if (document.GetValueAsString(path, value)) {
-    OVK_TRACE_AS(function, traceProgress, "JSON: Found \"%s\" with value \"%s\" \n", path, value.c_str());
+    OVK_TRACE_AS(function, traceProgress, "JSON: Found \"%s\" with value \"%s\" \n", path.data(), value.c_str());
     return true;
   }
-  OVK_TRACE_AS(function, traceError, "JSON_HOST: parse \"%s\" failed at \"%s\"\n", path, msg);
+  OVK_TRACE_AS(function, traceError, "JSON_HOST: parse \"%s\" failed at \"%s\"\n", path.data(), msg);
   return false;
 }
 

@@ -31,7 +31,7 @@ int readMsgType(const char* function, const Json& message, int* msgType) {
 }
 
 template <std::size_t length>
-int readField(const char* function, const Json& message, const char* path, const char* msg, std::string& value,
+int readField(const char* function, const Json& message, std::string_view path, const char* msg, std::string& value,
               char* field) {
   if (!ovk::findText(function, message, path, msg, value)) return -1;
   std::copy_n(value.data(), std::min(value.size(), length), field);

@@ -1,9 +1,6 @@
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
-#include <cstdint>
-#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -11,11 +8,15 @@
 
 // The JSON document class.
 
+namespace ovk::local {
+class JsonReading;
+}
+
 /// The text of a document, always followed by a NUL. Short ones need no memory of their own, so that the small documents
 /// that a message is put together from cost no allocation.
 class JsonText {
 public:
-  JsonText() { *short_ = '\0'; }
+  JsonText() = default;
   JsonText(const JsonText& other) { assign(other.view()); }
   JsonText& operator=(const JsonText& other) {
     if (this != &other) assign(other.view());
@@ -25,27 +26,15 @@ public:
   const char* c_str() const { return data_; }
   std::size_t size() const { return size_; }
   std::string_view view() const { return {data_, size_}; }
-
-  void assign(std::string_view text) {
-    reserve(text.size());
-    end(std::copy_n(text.data(), text.size(), data_));
-  }
-  void append(std::string_view text) {
-    reserve(size_ + text.size());
-    end(std::copy_n(text.data(), text.size(), data_ + size_));
-  }
-  void append(char c) { append({&c, 1}); }
-  void cutLast() { end(data_ + size_ - 1); }
+  void assign(std::string_view text);
+  /// Moves the last character `length` places on; where it stood, there is room for as many.
+  char* openBeforeLast(std::size_t length);
 
 private:
   void reserve(std::size_t size) {
     if (size >= capacity_) grow(size);
   }
   void grow(std::size_t size);
-  void end(char* at) {
-    size_ = static_cast<std::size_t>(at - data_);
-    *at = '\0';
-  }
 
   char* data_ = short_;
   std::size_t size_ = 0;
@@ -69,6 +58,9 @@ public:
   enum class Kind { object, array };
 
   explicit Json(Kind kind = Kind::object);
+  Json(const Json& other) : text_(other.text_), kind_(other.kind_) {}
+  Json& operator=(const Json& other);
+  ~Json() = default;
 
   /// Back to "{}" or "[]".
   void clear();
@@ -94,58 +86,19 @@ public:
   bool getNames(std::string_view path, std::vector<std::string>& names) const;
 
 private:
-  // A value passed on the way: where its key and the value itself stand in the text.
-  struct Member {
-    std::uint32_t key, keyLength, value;
-  };
-  static constexpr std::size_t maxKnownMembers = 10;
-  // What look-ups learnt about one object or array on the way to the last value.
-  struct Level {
-    std::uint32_t pathLength; // of the path that leads here
-    std::uint32_t open;       // its opening bracket
-    std::uint32_t last;       // the value read last, 0 before the first
-    std::uint32_t lastEnd;    // array: the end of that value, 0 while unknown
-    std::uint32_t count;      // object: members remembered; array: index of the value read last
-    bool complete;            // object: all its members are remembered
-    Member members[maxKnownMembers];
-  };
-  static constexpr std::size_t maxKnownLevels = 6;
-  static constexpr std::size_t maxKnownPath = 64;
-  // Whole numbers of the array read last, decoded ahead of the look-ups that will probably ask for them. Reading an array
-  // element by element takes half the time it takes without.
-  struct Window {
-    std::uint32_t first = 0; // index of the first
-    std::uint32_t count = 0;
-    int values[32];
-  };
-  static constexpr std::size_t none = maxKnownLevels + 1;
-  // The levels down to the value looked up last. A copy of a document starts without.
-  struct Trail {
-    Trail() {} // NOLINT(modernize-use-equals-default): the levels stay unset until they are entered
-    Trail(const Trail& /*other*/) {}
-    Trail& operator=(const Trail& other);
-    char path[maxKnownPath]; // to the last of the levels
-    std::size_t depth = 0;
-    std::size_t lastArray = none;     // level whose element was looked up last
-    Level levels[maxKnownLevels + 1]; // the last is for levels too deep to be remembered
-    Window window;
+  // Keeps what was learnt about the text for the next document with the same one.
+  struct KeepReading {
+    void operator()(ovk::local::JsonReading* reading) const;
   };
 
-  void decodeAhead(const char* at) const;
-  bool isOneValue() const;
-  const char* find(std::string_view path) const;
-  Level* lastArray(std::string_view path, std::uint32_t& index) const;
-  std::size_t knownDepth(std::string_view path) const;
-  Level& enter(std::size_t& depth, std::string_view path, const char* open) const;
-  const char* member(Level& level, std::string_view step) const;
-  const char* element(Level& level, std::uint32_t index) const;
-  const char* lastValueEnd(const Level& level) const;
-  char reopen();
-  std::uint32_t offset(const char* at) const { return static_cast<std::uint32_t>(at - text_.c_str()); }
+  ovk::local::JsonReading& reading() const {
+    if (reading_ == nullptr) beginReading();
+    return *reading_;
+  }
+  void beginReading() const;
+  char* extend(std::size_t length);
 
   JsonText text_;
   Kind kind_;
-  enum class Check { pending, good, bad };
-  mutable Check check_ = Check::pending;
-  mutable Trail trail_;
+  mutable std::unique_ptr<ovk::local::JsonReading, KeepReading> reading_; // since the first look-up
 };

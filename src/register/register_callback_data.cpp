@@ -56,8 +56,8 @@ int getRegisterReadReqCallbackData(const char* msg, unsigned /*msgLen*/,
                                    ovk_RegisterReadReqCallbackData_t* pCallbackData) {
   Json message;
   message.load(msg);
-  const auto read = [&](const char* path, int& value) {
-    return ovk::findNumber("getRegisterReadReqCallbackData", message, path, path, value);
+  const auto read = [&](std::string_view path, int& value) {
+    return ovk::findNumber("getRegisterReadReqCallbackData", message, path, path.data(), value);
   };
   int start1 = -1;
   int count1 = -1;

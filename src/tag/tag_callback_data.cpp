@@ -61,8 +61,8 @@ public:
 
 private:
   // Keeps as many low bits as the field has; 0 when the member is absent.
-  template <typename Field>
-  bool readInteger(const char* name, Field& field) {
+  template <std::size_t N, typename Field>
+  bool readInteger(const char (&name)[N], Field& field) {
     int value = 0;
     const bool found = message_.GetValueAsInt(path_.member(index_, name), &value);
     field = static_cast<Field>(value);
@@ -73,8 +73,8 @@ private:
   }
 
   void readFid(TagItem_t& item) {
-    path_.member(index_, "fid");
-    if (ovk::findText(function_, message_, path_.text(), msg_, text_)) {
+    const std::string_view path = path_.member(index_, "fid");
+    if (ovk::findText(function_, message_, path, msg_, text_)) {
       if (text_.size() > ovk_FusionIdLength) {
         OVK_TRACE_AS(function_, traceError, "fid %s cut to %d characters\n", text_.c_str(), ovk_FusionIdLength);
       }
@@ -87,8 +87,8 @@ private:
   }
 
   void readValue(TagItem_t& item) {
-    path_.member(index_, "data");
-    const bool found = ovk::findText(function_, message_, path_.text(), msg_, text_);
+    const std::string_view path = path_.member(index_, "data");
+    const bool found = ovk::findText(function_, message_, path, msg_, text_);
     if (!found) text_.clear();
     OVK_TRACE_AS(function_, traceProgress,
                  "GetJsonValue_... with %s getRequestMessageParameters tags_index: %d tmp_str: %s \n", path_.text(),

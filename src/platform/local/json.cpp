@@ -1,136 +1,123 @@
 // The bundled JSON document class: a text that grows, and the typed look-ups. How a path is followed through the text is in
-// json_lookup.cpp.
+// json_reading.cpp.
 
 #include "platform/json.h"
 
 #include <algorithm>
 
-#include "platform/local/json_text.h"
+#include "platform/local/bytes.h"
+#include "platform/local/json_reading.h"
 
-using ovk::local::jsonStringEnd;
-using ovk::local::jsonValueEnd;
-using ovk::local::readJsonInt;
-using ovk::local::skipJsonSpace;
+using ovk::local::copyBytes;
+using ovk::local::JsonReading;
 
 namespace {
 
-// The text that was checked last, so that the three or four documents that one message is loaded into check it once.
-class CheckedText {
-public:
-  bool isGood(std::string_view text) {
-    if (text != text_) {
-      isGood_ = false; // should there be no memory for the text, the verdict must not stand for the one before
-      text_ = text;
-      isGood_ = ovk::local::isOneJsonValue(text);
-    }
-    return isGood_;
-  }
-
-private:
-  std::string text_;
-  bool isGood_ = false;
-};
-
-thread_local CheckedText checkedText;
+// A received message is loaded into three or four documents, one after the other. What the first learnt about the text, its
+// check above all, goes on to the next.
+thread_local std::unique_ptr<JsonReading> keptReading;
 
 } // namespace
 
 void JsonText::grow(std::size_t size) {
   const std::size_t capacity = std::max(2 * capacity_, size + 1);
   std::unique_ptr<char[]> grown(new char[capacity]);
-  std::copy_n(data_, size_ + 1, grown.get());
+  std::copy_n(data_, size_, grown.get());
   long_ = std::move(grown);
   data_ = long_.get();
   capacity_ = capacity;
 }
 
+void JsonText::assign(std::string_view text) {
+  reserve(text.size());
+  std::copy_n(text.data(), text.size(), data_);
+  size_ = text.size();
+  data_[size_] = '\0';
+}
+
+char* JsonText::openBeforeLast(std::size_t length) {
+  reserve(size_ + length);
+  char* const opened = data_ + size_ - 1;
+  size_ += length;
+  data_[size_ - 1] = *opened;
+  data_[size_] = '\0';
+  return opened;
+}
+
+void Json::KeepReading::operator()(JsonReading* reading) const { keptReading.reset(reading); }
+
 Json::Json(Kind kind) : kind_(kind) { clear(); }
+
+Json& Json::operator=(const Json& other) {
+  kind_ = other.kind_;
+  if (this != &other) load(other.text());
+  return *this;
+}
 
 void Json::clear() { load(kind_ == Kind::object ? "{}" : "[]"); }
 
 bool Json::empty() const { return text() == "{}" || text() == "[]"; }
 
 void Json::load(std::string_view text) {
+  reading_.reset();
   text_.assign(text);
-  check_ = Check::pending;
-  trail_ = Trail();
+}
+
+// Room for an item of `length` characters behind the last one, from which it is set apart.
+char* Json::extend(std::size_t length) {
+  reading_.reset();
+  if (empty()) return text_.openBeforeLast(length);
+  char* const at = text_.openBeforeLast(length + 1);
+  *at = ',';
+  return at + 1;
 }
 
 void Json::add(std::string_view key, std::string_view value) {
-  const char close = reopen();
-  text_.append('"');
-  text_.append(key);
-  text_.append("\":");
-  text_.append(value);
-  text_.append(close);
+  char* at = extend(key.size() + value.size() + 3);
+  *at++ = '"';
+  at = copyBytes(key, at);
+  *at++ = '"';
+  *at++ = ':';
+  copyBytes(value, at);
 }
 
-void Json::add(std::string_view element) {
-  const char close = reopen();
-  text_.append(element);
-  text_.append(close);
-}
+void Json::add(std::string_view element) { copyBytes(element, extend(element.size())); }
 
-// Takes the closing bracket off and sets the next item apart from the last.
-char Json::reopen() {
-  const char close = text_.view().back();
-  text_.cutLast();
-  if (text_.size() > 1) text_.append(',');
-  return close;
+void Json::beginReading() const {
+  reading_.reset(keptReading != nullptr ? keptReading.release() : new JsonReading);
+  reading_->turnTo(text());
 }
 
 bool Json::getObject(std::string_view path, Json& value) const {
-  const char* at = find(path);
+  const char* at = reading().find(path);
   if (at == nullptr) return false;
-  const char* end = jsonValueEnd(at);
+  const char* end = reading().foundEnd();
   const bool quoted = *at == '"';
   value.load(std::string(at + (quoted ? 1 : 0), end - (quoted ? 1 : 0)));
   return true;
 }
 
 bool Json::GetValueAsInt(std::string_view path, int* value) const {
-  std::uint32_t index = 0;
-  if (lastArray(path, index) != nullptr && index - trail_.window.first < trail_.window.count) {
-    *value = trail_.window.values[index - trail_.window.first];
-    return true;
-  }
-  const char* at = find(path);
-  int number = 0;
-  if (at == nullptr || readJsonInt(at, number) == nullptr) return false;
-  *value = number;
-  if (trail_.lastArray != none) decodeAhead(at);
-  return true;
+  return (reading_ != nullptr && reading_->takeInt(path, *value)) || reading().findInt(path, *value);
 }
 
 bool Json::GetValueAsString(std::string_view path, std::string& value) const {
-  const char* at = find(path);
+  const char* at = reading().find(path);
   if (at == nullptr || *at != '"') return false;
-  value.assign(at + 1, jsonStringEnd(at) - 1);
+  value.assign(at + 1, reading().foundEnd() - 1);
   return true;
 }
 
 bool Json::GetValueAsBool(std::string_view path, bool& value) const {
-  const char* at = find(path);
+  const char* at = reading().find(path);
   if (at == nullptr || (*at != 't' && *at != 'f')) return false;
   value = *at == 't';
   return true;
 }
 
 bool Json::getNames(std::string_view path, std::vector<std::string>& names) const {
-  const char* at = find(path);
+  const char* at = reading().find(path);
   if (at == nullptr || *at != '{') return false;
-  names.clear();
-  for (at = skipJsonSpace(at + 1); *at == '"';) {
-    const char* keyEnd = jsonStringEnd(at);
-    names.emplace_back(at + 1, keyEnd - 1);
-    const char* value = skipJsonSpace(skipJsonSpace(keyEnd) + 1);
-    at = skipJsonSpace(jsonValueEnd(value));
-    if (*at == ',') at = skipJsonSpace(at + 1);
-  }
+  names = reading().foundNames();
   return true;
-}
-
-bool Json::isOneValue() const {
-  if (check_ == Check::pending) check_ = checkedText.isGood(text()) ? Check::good : Check::bad;
-  return check_ == Check::good;
 }

@@ -1,20 +1,25 @@
-// Where JSON tokens and values end, and the check of a whole text.
-//
-// The check runs once over every received text before anything is taken from it, so it is one tight pass without
-// recursion: the kind of each open level is a bit of one word.
+// Where JSON tokens end. Everything received passes through here, so the frequent ones are looked at in blocks.
 
 #include "platform/local/json_text.h"
 
 #include <cstdint>
 #include <cstring>
 
+#include "platform/local/bytes.h"
+
 namespace ovk::local {
 
 namespace {
 
+constexpr std::size_t numbersBlock = 64;
+static_assert(numbersBlock + 2 <= jsonPadding);
+
 const char* digitsEnd(const char* at) {
-  while (isDigit(*at)) ++at;
-  return at;
+  for (;;) {
+    const Bytes others = nonDigitMarks(loadBytes(at));
+    if (others != 0) return at + firstMark(others);
+    at += bytesAtOnce;
+  }
 }
 
 // -?(0|[1-9][0-9]*)(\.[0-9]+)?([eE][+-]?[0-9]+)?
@@ -35,20 +40,43 @@ const char* numberEnd(const char* at) {
   return at;
 }
 
-// Steps over the plain numbers of an array, each with its comma, up to its last value or to one of another kind.
-const char* numbersEnd(const char* at) {
-  for (const char* number = at; *number >= '1' && *number <= '9'; at = number) {
-    number = digitsEnd(number);
-    if (*number++ != ',') break;
+// Whether a block of characters, the first of them a digit from 1 to 9, could stand in "1,20,345": digits, single commas, and
+// no 0 that starts a longer number. Bits instead of conditions, so that the compiler makes vector instructions of it.
+bool fitsNumbers(const char* at) {
+  unsigned char misfits = 0; // of one byte, as the characters, so that a vector takes as many
+  for (std::size_t i = 1; i <= numbersBlock; ++i) {
+    const auto isComma = static_cast<unsigned char>(at[i] == ',');
+    const auto starts = static_cast<unsigned char>(at[i - 1] == ',');
+    const auto isDigit = static_cast<unsigned char>((at[i] >= '0') & (at[i] <= '9'));
+    const auto leadsOn = static_cast<unsigned char>((at[i] == '0') & (at[i + 1] != ','));
+    misfits |= static_cast<unsigned char>(1 ^ (isDigit | isComma));
+    misfits |= static_cast<unsigned char>(starts & (isComma | leadsOn));
   }
-  return at;
+  return misfits == 0;
 }
 
 const char* wordEnd(const char* at, std::string_view word) {
   return std::strncmp(at, word.data(), word.size()) == 0 ? at + word.size() : nullptr;
 }
 
-const char* scalarEnd(const char* at) {
+} // namespace
+
+const char* jsonStringEnd(const char* at) {
+  for (++at;;) {
+    const Bytes bytes = loadBytes(at);
+    const Bytes stops = marksOf('"', bytes) | marksOf('\\', bytes) | marksOf('\0', bytes);
+    if (stops == 0) {
+      at += bytesAtOnce;
+      continue;
+    }
+    at += firstMark(stops);
+    if (*at == '"') return at + 1;
+    if (*at == '\0' || *++at == '\0') return nullptr;
+    ++at;
+  }
+}
+
+const char* jsonScalarEnd(const char* at) {
   switch (*at) {
   case '"': return jsonStringEnd(at);
   case 't': return wordEnd(at, "true");
@@ -58,103 +86,31 @@ const char* scalarEnd(const char* at) {
   }
 }
 
-// The objects and arrays open at one point of the text.
-class OpenLevels {
-public:
-  bool open(bool object) {
-    if (depth_ == maxJsonDepth) return false;
-    kinds_ = kinds_ << 1 | (object ? 1U : 0U);
-    ++depth_;
-    return true;
-  }
-  void close() {
-    kinds_ >>= 1;
-    --depth_;
-  }
-  bool none() const { return depth_ == 0; }
-  bool inObject() const { return (kinds_ & 1U) != 0; }
-  bool inArray() const { return !none() && !inObject(); }
-  char closing() const { return inObject() ? '}' : ']'; }
-
-private:
-  static_assert(maxJsonDepth <= 32, "one bit a level");
-  std::uint32_t kinds_ = 0;
-  int depth_ = 0;
-};
-
-// Where the value of the next member or element starts; null when an object's key or colon is missing.
-const char* itemStart(const char* at, bool inObject) {
-  at = skipJsonSpace(at);
-  if (!inObject) return at;
-  if (*at != '"' || (at = jsonStringEnd(at)) == nullptr) return nullptr;
-  at = skipJsonSpace(at);
-  return *at == ':' ? skipJsonSpace(at + 1) : nullptr;
-}
-
-// Goes on behind a finished value: closes levels, and stops at the start of the next value or at the end of all.
-const char* afterValue(const char* at, OpenLevels& levels) {
-  for (at = skipJsonSpace(at); !levels.none(); at = skipJsonSpace(at + 1)) {
-    if (*at == ',') return itemStart(at + 1, levels.inObject());
-    if (*at != levels.closing()) return nullptr;
-    levels.close();
+const char* jsonNumbersEnd(const char* at) {
+  while (*at >= '1' && *at <= '9' && fitsNumbers(at)) {
+    const char* next = at + numbersBlock;
+    while (next > at && *next != ',') --next;
+    if (next == at) return at;
+    at = next + 1;
   }
   return at;
 }
 
-// Steps over a scalar or an empty object or array, or into one that holds something, up to the next value.
-const char* nextValue(const char* at, OpenLevels& levels) {
-  if (levels.inArray()) at = skipJsonSpace(numbersEnd(at));
-  if (*at != '{' && *at != '[') {
-    at = scalarEnd(at);
-    return at == nullptr ? nullptr : afterValue(at, levels);
+const char* readJsonInt(const char* at, int& value) {
+  const auto isWhole = [](char next) { return next != '.' && next != 'e' && next != 'E'; };
+  const Bytes others = nonDigitMarks(loadBytes(at));
+  const std::size_t digits = others == 0 ? bytesAtOnce : firstMark(others);
+  if (digits > 0 && digits <= maxShortDigits) { // nearly always
+    value = shortNumber(at, digits);
+    return isWhole(at[digits]) ? at + digits : nullptr;
   }
-  if (!levels.open(*at == '{')) return nullptr;
-  at = skipJsonSpace(at + 1);
-  if (*at != levels.closing()) return itemStart(at, levels.inObject());
-  levels.close();
-  return afterValue(at + 1, levels);
-}
-
-} // namespace
-
-const char* jsonStringEnd(const char* at) {
-  for (++at; *at != '"'; ++at) {
-    if (*at == '\\') ++at;
-    if (*at == '\0') return nullptr;
-  }
-  return at + 1;
-}
-
-bool isOneJsonValue(std::string_view text) {
-  OpenLevels levels;
-  const char* at = skipJsonSpace(text.data());
-  do {
-    at = nextValue(at, levels);
-  } while (at != nullptr && !levels.none());
-  return at == text.data() + text.size();
-}
-
-const char* jsonValueEnd(const char* at) {
-  if (*at == '"') return jsonStringEnd(at);
-  if (*at != '{' && *at != '[') {
-    while (*at != ',' && *at != '}' && *at != ']' && *at != '\0' && !isJsonSpace(*at)) ++at;
-    return at;
-  }
-  return jsonLevelEnd(at + 1);
-}
-
-const char* jsonLevelEnd(const char* at) {
-  for (int depth = 1; depth > 0;) {
-    const char c = *at;
-    if (c == '"') {
-      at = jsonStringEnd(at);
-      continue;
-    }
-    if (c == '[' || c == '{') ++depth;
-    if (c == ']' || c == '}') --depth;
-    ++at;
-  }
-  return at;
+  const bool minus = *at == '-';
+  const char* const first = minus ? at + 1 : at;
+  std::uint64_t magnitude = 0;
+  for (at = first; isDigit(*at); ++at) magnitude = magnitude * 10 + static_cast<unsigned>(*at - '0');
+  const auto number = static_cast<std::int64_t>(minus ? 0 - magnitude : magnitude);
+  value = static_cast<int>(number);
+  return at != first && at - first <= 10 && isWhole(*at) && value == number ? at : nullptr;
 }
 
 } // namespace ovk::local

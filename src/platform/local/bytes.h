@@ -1,0 +1,115 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+
+// Eight characters at a time, as the bytes of one word. The first character is the lowest byte on every processor.
+
+namespace ovk::local {
+
+using Bytes = std::uint64_t;
+constexpr std::size_t bytesAtOnce = sizeof(Bytes);
+
+constexpr Bytes repeated(unsigned char byte) { return 0x0101010101010101U * byte; }
+
+inline Bytes loadBytes(const char* at) {
+  Bytes bytes = 0;
+  std::memcpy(&bytes, at, sizeof bytes);
+#if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+  bytes = __builtin_bswap64(bytes);
+#endif
+  return bytes;
+}
+
+/// The first up to eight characters of a text, as loadBytes() gives them, with zeros behind. `text` may be read for eight
+/// characters whatever its size.
+inline Bytes headOfPadded(std::string_view text) {
+  const Bytes bytes = loadBytes(text.data());
+  return text.size() >= bytesAtOnce ? bytes : bytes & ~(~Bytes{0} << 8 * text.size());
+}
+
+/// The same of any text.
+inline Bytes headOf(std::string_view text) {
+  if (text.size() >= bytesAtOnce) return loadBytes(text.data());
+  Bytes bytes = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) bytes |= Bytes{static_cast<unsigned char>(text[i])} << 8 * i;
+  return bytes;
+}
+
+/// Sets the highest bit of each byte that is `byte`. Only the lowest of these bits is certain: one that follows another may
+/// be wrong.
+constexpr Bytes marksOf(unsigned char byte, Bytes bytes) {
+  const Bytes zeros = bytes ^ repeated(byte);
+  return (zeros - repeated(1)) & ~zeros & repeated(0x80);
+}
+
+/// The position of the lowest bit that is set; one must be.
+inline std::size_t lowestBit(std::uint64_t bits) { return static_cast<std::size_t>(__builtin_ctzll(bits)); }
+
+/// The number of characters before the first marked one; one must be.
+inline std::size_t firstMark(Bytes marks) { return lowestBit(marks) / 8; }
+
+/// Sets the highest bit of each byte that is no digit.
+constexpr Bytes nonDigitMarks(Bytes bytes) {
+  const Bytes digits = bytes ^ repeated('0'); // each 0 to 9
+  return (((digits & repeated(0x7F)) + repeated(0x7F - 9)) | digits) & repeated(0x80);
+}
+
+/// A bit for each of the 64 characters from `at` on that is no digit, the lowest for the first.
+inline std::uint64_t nonDigits(const char* at) {
+  std::uint64_t found = 0;
+  for (unsigned i = 0; i < 64; i += bytesAtOnce) {
+    const Bytes marks = nonDigitMarks(loadBytes(at + i));
+    found |= ((marks >> 7) * 0x0102040810204080U >> 56) << i; // gathers the eight bits in the highest byte
+  }
+  return found;
+}
+
+constexpr std::size_t maxShortDigits = bytesAtOnce - 1;
+
+/// The number that one to `maxShortDigits` digits make.
+inline int shortNumber(const char* at, std::size_t digits) {
+  Bytes number = (loadBytes(at) ^ repeated('0')) << 8 * (bytesAtOnce - digits); // eight digits, with zeros in front
+  number = (number * 10 + (number >> 8)) & 0x00FF00FF00FF00FF;                  // four pairs
+  number = (number * 100 + (number >> 16)) & 0x0000FFFF0000FFFF;                // two fours
+  return static_cast<int>((number * 10000 + (number >> 32)) & 0xFFFFFFFF);
+}
+
+/// Copies a text, most often a number or a name, and gives the end of the copy. Up to 16 characters are no call: two words
+/// that may overlap cover them.
+inline char* copyBytes(std::string_view text, char* to) {
+  const auto copyEnds = [&](auto word) {
+    std::memcpy(&word, text.data(), sizeof word);
+    std::memcpy(to, &word, sizeof word);
+    std::memcpy(&word, text.data() + text.size() - sizeof word, sizeof word);
+    std::memcpy(to + text.size() - sizeof word, &word, sizeof word);
+  };
+  if (text.size() > 2 * sizeof(std::uint64_t)) {
+    std::memcpy(to, text.data(), text.size());
+  } else if (text.size() >= sizeof(std::uint64_t)) {
+    copyEnds(std::uint64_t{});
+  } else if (text.size() >= sizeof(std::uint32_t)) {
+    copyEnds(std::uint32_t{});
+  } else {
+    for (std::size_t i = 0; i < text.size(); ++i) to[i] = text[i];
+  }
+  return to + text.size();
+}
+
+/// memcmp for equality, without a call: most of what is compared are names and paths of a few characters.
+inline bool sameBytes(const char* a, const char* b, std::size_t size) {
+  if (size < bytesAtOnce) {
+    std::size_t i = 0;
+    while (i < size && a[i] == b[i]) ++i;
+    return i == size;
+  }
+  const std::size_t lastWord = size - bytesAtOnce;
+  for (std::size_t i = 0; i < lastWord; i += bytesAtOnce) {
+    if (loadBytes(a + i) != loadBytes(b + i)) return false;
+  }
+  return loadBytes(a + lastWord) == loadBytes(b + lastWord);
+}
+
+} // namespace ovk::local

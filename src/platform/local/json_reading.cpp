@@ -1,0 +1,182 @@
+// Following a path through the text of a JSON document.
+
+#include "platform/local/json_reading.h"
+
+#include "platform/local/json_text.h"
+
+namespace ovk::local {
+
+namespace {
+
+// Cuts the next step, "name", ".name" or "[index]", off the path.
+std::string_view cutStep(std::string_view& path) {
+  std::size_t length = 1;
+  while (length < path.size() && path[length] != '.' && path[length] != '[') ++length;
+  const std::string_view step = path.substr(0, length);
+  path.remove_prefix(length);
+  return step;
+}
+
+// The number in a step "[index]".
+bool indexOf(std::string_view step, std::uint32_t& index) {
+  if (step.size() < 3 || step.size() > 11 || step.front() != '[' || step.back() != ']') return false;
+  std::uint32_t number = 0;
+  for (const char digit : step.substr(1, step.size() - 2)) {
+    if (!isDigit(digit)) return false;
+    number = number * 10 + static_cast<std::uint32_t>(digit - '0');
+  }
+  index = number;
+  return true;
+}
+
+} // namespace
+
+void NumbersAhead::startBehind(std::string_view path) {
+  clear();
+  copyBytes(path, path_);
+  pathLength_ = path.size();
+  indexAt_ = path.rfind('[') + 1;
+  stepPath();
+}
+
+void JsonReading::turnTo(std::string_view text) {
+  if (text == std::string_view(text_.data(), size_)) return;
+  size_ = 0; // should there be no memory for the text, nothing is known of any
+  outline_.clear();
+  ahead_.clear();
+  near_ = nearArray_ = Start{};
+  array_ = none;
+  text_.reserve(text.size() + jsonPadding);
+  text_.assign(text).append(jsonPadding, '\0');
+  outline_.draw({text_.data(), text.size()});
+  size_ = text.size();
+}
+
+const char* JsonReading::find(std::string_view path) {
+  if (outline_.empty()) return nullptr;
+  const bool isNear = leadsFrom(near_, path);
+  const Start start = isNear ? near_ : leadsFrom(nearArray_, path) ? nearArray_ : Start{};
+  found_ = value(start.node);
+  std::string_view rest = path.substr(start.pathLength);
+  Start parent;
+  Start array = isNear ? nearArray_ : Start{};
+  while (!rest.empty() && found_.at != nullptr) {
+    parent = {path.size() - rest.size(), found_.node};
+    const std::string_view step = cutStep(rest);
+    if (*found_.at == '[') array = parent;
+    found_ = *found_.at == '{'   ? member(parent.node, step)
+             : *found_.at == '[' ? element(parent.node, step)
+                                 : Value{nullptr, none};
+  }
+  if (found_.at != nullptr && parent.node != near_.node) remember(path, parent, array);
+  return found_.at;
+}
+
+// Whether the path goes on from there.
+bool JsonReading::leadsFrom(const Start& start, std::string_view path) const {
+  const std::size_t length = start.pathLength;
+  return path.size() > length && (path[length] == '.' || path[length] == '[') && sameBytes(path.data(), path_, length);
+}
+
+// Where the next look-up may start.
+void JsonReading::remember(std::string_view path, const Start& parent, const Start& array) {
+  if (parent.node == none || parent.pathLength > sizeof path_) return;
+  copyBytes(path.substr(0, parent.pathLength), path_);
+  near_ = parent;
+  nearArray_ = array;
+}
+
+const char* JsonReading::foundEnd() const {
+  const bool isScalar = *found_.at != '{' && *found_.at != '[';
+  return isScalar ? jsonScalarEnd(found_.at) : text_.data() + outline_[found_.node].end;
+}
+
+std::vector<std::string> JsonReading::foundNames() const {
+  std::vector<std::string> names;
+  for (NodeIndex node = found_.node + 1; node < outline_[found_.node].after; node = outline_[node].after) {
+    names.emplace_back(text_.data() + outline_[node].key, outline_[node].keyLength);
+  }
+  return names;
+}
+
+JsonReading::Value JsonReading::member(NodeIndex object, std::string_view step) const {
+  if (step.front() == '[') return {nullptr, none};
+  const std::string_view name = step.substr(step.front() == '.' ? 1 : 0);
+  const Bytes head = headOf(name);
+  const NodeIndex end = outline_[object].after;
+  for (NodeIndex node = object + 1; node < end; node = outline_[node].after) {
+    const JsonOutline::Node& each = outline_[node];
+    if (each.keyHead != head || each.keyLength != name.size()) continue;
+    if (name.size() <= bytesAtOnce || sameBytes(text_.data() + each.key, name.data(), name.size())) return value(node);
+  }
+  return {nullptr, none};
+}
+
+JsonReading::Value JsonReading::element(NodeIndex array, std::string_view step) {
+  std::uint32_t index = 0;
+  if (!indexOf(step, index)) return {nullptr, none};
+  const bool isKnown = array == array_;
+  if (isKnown && index >= decoded_.index) element_ = decoded_;
+  if (!isKnown || index < element_.index) {
+    const char* const first = skipJsonSpace(text_.data() + outline_[array].value + 1);
+    if (*first == ']') return {nullptr, none};
+    element_ = {0, first, nullptr, array + 1};
+    array_ = array;
+  }
+  while (element_.index < index && toNext(element_)) {
+  }
+  decoded_ = element_;
+  if (element_.index != index) return {nullptr, none};
+  const bool hasNode = *element_.at == '{' || *element_.at == '[';
+  return {element_.at, hasNode ? element_.nextNode : none};
+}
+
+// Goes on to the next element; false, and nothing changes, when there is none.
+bool JsonReading::toNext(Element& element) const {
+  const bool hasNode = *element.at == '{' || *element.at == '[';
+  const char* end = element.end;
+  if (end == nullptr) end = hasNode ? text_.data() + outline_[element.nextNode].end : jsonScalarEnd(element.at);
+  end = skipJsonSpace(end);
+  if (*end != ',') return false;
+  element = {element.index + 1, skipJsonSpace(end + 1), nullptr,
+             hasNode ? outline_[element.nextNode].after : element.nextNode};
+  return true;
+}
+
+bool JsonReading::findInt(std::string_view path, int& value) {
+  const char* const at = find(path);
+  int number = 0;
+  if (at == nullptr || readJsonInt(at, number) == nullptr) return false;
+  value = number;
+  if (array_ == none || element_.at != at || path.size() > NumbersAhead::maxPath) return true;
+  ahead_.startBehind(path);
+  decoded_ = decodeAhead(element_);
+  return true;
+}
+
+// Decodes short plain numbers behind the element; gives the last of them. Their ends are found 64 characters at a time, so
+// that no number has to wait for the end of the one before.
+JsonReading::Element JsonReading::decodeAhead(Element element) {
+  element.end = jsonScalarEnd(element.at);
+  if (*element.end != ',') return element;
+  int* const numbers = ahead_.numbers();
+  std::size_t count = 0;
+  const char* block = nullptr;
+  for (const char* at = skipJsonSpace(element.end + 1); block != at;) {
+    block = at;
+    for (std::uint64_t stops = nonDigits(block); stops != 0; stops &= stops - 1) {
+      const char* const stop = block + lowestBit(stops);
+      if (stop < at) continue; // white space in front of the number
+      const auto digits = static_cast<std::size_t>(stop - at);
+      const bool isShort = digits > 0 && digits <= maxShortDigits;
+      if (*stop != ',' || !isShort || count == NumbersAhead::room) return element;
+      numbers[count++] = shortNumber(at, digits);
+      ahead_.add(count);
+      element = {element.index + 1, at, stop, element.nextNode};
+      at = skipJsonSpace(stop + 1);
+    }
+  }
+  return element;
+}
+
+} // namespace ovk::local
