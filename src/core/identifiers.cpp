@@ -14,20 +14,22 @@
 
 namespace {
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
-bool isHexDigit(char c) { return isDigit(c) || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f'); }
-
-// The usual form, letter by letter: spares nearly every identifier the scan, which takes ten times as long.
+// The usual form, "VR017_00042_00A0B1C2D3E4": spares nearly every identifier the scan, which takes twenty times as long. Bits
+// instead of conditions, so that the compiler looks at several characters at once.
 bool isCanonical(const char* fid) {
-  constexpr char pattern[] = "VRddd_ddddd_xxxxxxxxxxxx";
-  static_assert(sizeof pattern == ovk_FusionIdLength + 1);
-  for (int i = 0; i < ovk_FusionIdLength; ++i) {
-    const bool matches = pattern[i] == 'd'   ? isDigit(fid[i])
-                         : pattern[i] == 'x' ? isHexDigit(fid[i])
-                                             : fid[i] == pattern[i];
-    if (!matches) return false;
+  constexpr char lowest[] = "VR000_00000_";
+  constexpr char highest[] = "VR999_99999_";
+  constexpr int hexDigitsAt = sizeof lowest - 1;
+  unsigned char misfits = 0;
+  for (int i = 0; i < hexDigitsAt; ++i) {
+    misfits |= static_cast<unsigned char>((fid[i] < lowest[i]) | (fid[i] > highest[i]));
   }
-  return true;
+  for (int i = hexDigitsAt; i < ovk_FusionIdLength; ++i) {
+    const auto letter = static_cast<char>(fid[i] | 0x20);
+    const int isHexDigit = ((fid[i] >= '0') & (fid[i] <= '9')) | ((letter >= 'a') & (letter <= 'f'));
+    misfits |= static_cast<unsigned char>(1 ^ isHexDigit);
+  }
+  return misfits == 0;
 }
 
 bool scansAsIdentifier(const char* fid) {

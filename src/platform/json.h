@@ -27,20 +27,27 @@ public:
   std::size_t size() const { return size_; }
   std::string_view view() const { return {data_, size_}; }
   void assign(std::string_view text);
-  /// Moves the last character `length` places on; where it stood, there is room for as many.
-  char* openBeforeLast(std::size_t length);
+  bool hasRoom(std::size_t length) const { return size_ + length < capacity_; }
+  void makeRoom(std::size_t length) {
+    if (!hasRoom(length)) grow(size_ + length);
+  }
+  /// Moves the last character `length` places on; where it stood, as many can be written. There must be room for them.
+  char* openBeforeLast(std::size_t length) {
+    char* const opened = data_ + size_ - 1;
+    size_ += length;
+    opened[length] = *opened;
+    opened[length + 1] = '\0';
+    return opened;
+  }
 
 private:
-  void reserve(std::size_t size) {
-    if (size >= capacity_) grow(size);
-  }
   void grow(std::size_t size);
 
   char* data_ = short_;
   std::size_t size_ = 0;
   std::size_t capacity_ = sizeof short_; // the NUL included
   std::unique_ptr<char[]> long_;
-  char short_[256];
+  char short_[512];
 };
 
 /// A JSON document held as its text.
@@ -97,6 +104,7 @@ private:
   }
   void beginReading() const;
   char* extend(std::size_t length);
+  [[gnu::noinline]] void addLong(std::string_view element);
 
   JsonText text_;
   Kind kind_;

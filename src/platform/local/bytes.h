@@ -77,23 +77,26 @@ inline int shortNumber(const char* at, std::size_t digits) {
   return static_cast<int>((number * 10000 + (number >> 32)) & 0xFFFFFFFF);
 }
 
-/// Copies a text, most often a number or a name, and gives the end of the copy. Up to 16 characters are no call: two words
-/// that may overlap cover them.
-inline char* copyBytes(std::string_view text, char* to) {
+/// Copies a text of up to eight characters without a call or a loop: two words that may overlap cover it.
+inline void copyShort(std::string_view text, char* to) {
+  const std::size_t size = text.size();
   const auto copyEnds = [&](auto word) {
     std::memcpy(&word, text.data(), sizeof word);
     std::memcpy(to, &word, sizeof word);
-    std::memcpy(&word, text.data() + text.size() - sizeof word, sizeof word);
-    std::memcpy(to + text.size() - sizeof word, &word, sizeof word);
+    std::memcpy(&word, text.data() + size - sizeof word, sizeof word);
+    std::memcpy(to + size - sizeof word, &word, sizeof word);
   };
-  if (text.size() > 2 * sizeof(std::uint64_t)) {
-    std::memcpy(to, text.data(), text.size());
-  } else if (text.size() >= sizeof(std::uint64_t)) {
-    copyEnds(std::uint64_t{});
-  } else if (text.size() >= sizeof(std::uint32_t)) {
-    copyEnds(std::uint32_t{});
+  if (size >= sizeof(std::uint32_t)) return copyEnds(std::uint32_t{});
+  if (size >= sizeof(std::uint16_t)) return copyEnds(std::uint16_t{});
+  if (size == 1) *to = text.front();
+}
+
+/// Copies a text, most often a name of a few characters, and gives the end of the copy.
+inline char* copyBytes(std::string_view text, char* to) {
+  if (text.size() <= bytesAtOnce) {
+    copyShort(text, to);
   } else {
-    for (std::size_t i = 0; i < text.size(); ++i) to[i] = text[i];
+    std::memcpy(to, text.data(), text.size());
   }
   return to + text.size();
 }

@@ -11,7 +11,7 @@ bool JsonOutline::draw(std::string_view text) {
   nodes_.clear();
   OpenLevels levels;
   const char* at = skipJsonSpace(text.data());
-  add({at, 0}, at);
+  add(at);
   do {
     at = nextValue(at, levels);
   } while (at != nullptr && !levels.none());
@@ -54,7 +54,7 @@ const char* JsonOutline::nextValue(const char* at, OpenLevels& levels) {
     at = jsonScalarEnd(at);
     return at == nullptr ? nullptr : afterValue(at, levels);
   }
-  if (levels.inArray()) add({at, 0}, at);
+  if (levels.inArray()) add(at);
   if (!levels.open(isObject, size() - 1)) return nullptr;
   at = skipJsonSpace(at + 1);
   return *at == levels.closing() ? afterValue(at, levels) : itemStart(at, levels);

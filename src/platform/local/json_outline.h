@@ -56,6 +56,7 @@ private:
 
   std::uint32_t offset(const char* at) const { return static_cast<std::uint32_t>(at - text_); }
   std::uint32_t size() const { return static_cast<std::uint32_t>(nodes_.size()); }
+  void add(const char* value) { nodes_.push_back({0, 0, 0, offset(value), 0, size() + 1}); }
   void add(std::string_view key, const char* value) {
     const auto length = static_cast<std::uint32_t>(key.size());
     nodes_.push_back({headOfPadded(key), offset(key.data()), length, offset(value), 0, size() + 1});

@@ -2,6 +2,8 @@
 
 #include "platform/local/json_reading.h"
 
+#include <memory>
+
 #include "platform/local/json_text.h"
 
 namespace ovk::local {
@@ -29,6 +31,8 @@ bool indexOf(std::string_view step, std::uint32_t& index) {
   return true;
 }
 
+thread_local std::unique_ptr<JsonReading> kept;
+
 } // namespace
 
 void NumbersAhead::startBehind(std::string_view path) {
@@ -39,6 +43,15 @@ void NumbersAhead::startBehind(std::string_view path) {
   stepPath();
 }
 
+JsonReading* JsonReading::of(std::string_view text) {
+  std::unique_ptr<JsonReading> reading = kept != nullptr ? std::move(kept) : std::make_unique<JsonReading>();
+  reading->turnTo(text);
+  return reading.release();
+}
+
+void JsonReading::keep(JsonReading* reading) { kept.reset(reading); }
+
+// Checks the text and forgets all about the one before, unless it is the same.
 void JsonReading::turnTo(std::string_view text) {
   if (text == std::string_view(text_.data(), size_)) return;
   size_ = 0; // should there be no memory for the text, nothing is known of any

@@ -71,8 +71,10 @@ public:
   JsonReading(const JsonReading&) = delete;
   JsonReading& operator=(const JsonReading&) = delete;
 
-  /// Checks the text and forgets all about the one before, unless it is the same.
-  void turnTo(std::string_view text);
+  /// A reading of the text, to be given back by keep(). A received message is loaded into three or four documents, one after
+  /// the other: what the first learnt, by the check above all, goes on to the next through the reading kept.
+  static JsonReading* of(std::string_view text);
+  static void keep(JsonReading* reading);
 
   /// The value at the path; null when there is none, or when the text is not one JSON value.
   const char* find(std::string_view path);
@@ -110,6 +112,7 @@ private:
     NodeIndex nextNode; // of the first object or array from here on
   };
 
+  void turnTo(std::string_view text);
   Value value(NodeIndex node) const { return {text_.data() + outline_[node].value, node}; }
   Value member(NodeIndex object, std::string_view step) const;
   Value element(NodeIndex array, std::string_view step);
