@@ -14,14 +14,18 @@ constexpr std::size_t bytesAtOnce = sizeof(Bytes);
 
 constexpr Bytes repeated(unsigned char byte) { return 0x0101010101010101U * byte; }
 
-inline Bytes loadBytes(const char* at) {
-  Bytes bytes = 0;
-  std::memcpy(&bytes, at, sizeof bytes);
+template <typename Word>
+Word loadWord(const char* at) {
+  Word word = 0;
+  std::memcpy(&word, at, sizeof word);
 #if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
-  bytes = __builtin_bswap64(bytes);
+  const Word read = word;
+  word = 0;
+  for (unsigned i = 0; i < sizeof word; ++i) word = static_cast<Word>(word << 8 | (read >> 8 * i & 0xFF));
 #endif
-  return bytes;
+  return word;
 }
+inline Bytes loadBytes(const char* at) { return loadWord<Bytes>(at); }
 
 /// The first up to eight characters of a text, as loadBytes() gives them, with zeros behind. `text` may be read for eight
 /// characters whatever its size.
@@ -32,10 +36,15 @@ inline Bytes headOfPadded(std::string_view text) {
 
 /// The same of any text.
 inline Bytes headOf(std::string_view text) {
-  if (text.size() >= bytesAtOnce) return loadBytes(text.data());
-  Bytes bytes = 0;
-  for (std::size_t i = 0; i < text.size(); ++i) bytes |= Bytes{static_cast<unsigned char>(text[i])} << 8 * i;
-  return bytes;
+  const std::size_t size = text.size();
+  const auto ofTwo = [&](auto word) { // that may overlap
+    word = loadWord<decltype(word)>(text.data());
+    return word | Bytes{loadWord<decltype(word)>(text.data() + size - sizeof word)} << 8 * (size - sizeof word);
+  };
+  if (size >= bytesAtOnce) return loadBytes(text.data());
+  if (size >= sizeof(std::uint32_t)) return ofTwo(std::uint32_t{});
+  if (size >= sizeof(std::uint16_t)) return ofTwo(std::uint16_t{});
+  return text.empty() ? 0 : static_cast<unsigned char>(text.front());
 }
 
 /// Sets the highest bit of each byte that is `byte`. Only the lowest of these bits is certain: one that follows another may

@@ -52,7 +52,9 @@ const char* JsonOutline::nextValue(const char* at, OpenLevels& levels) {
   const bool isObject = *at == '{';
   if (!isObject && *at != '[') {
     at = jsonScalarEnd(at);
-    return at == nullptr ? nullptr : afterValue(at, levels);
+    if (at == nullptr) return nullptr;
+    if (!levels.inArray()) nodes_.back().end = offset(at);
+    return afterValue(at, levels);
   }
   if (levels.inArray()) add(at);
   if (!levels.open(isObject, size() - 1)) return nullptr;

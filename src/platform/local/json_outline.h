@@ -17,7 +17,7 @@ public:
     Bytes keyHead;                // of a member: the first characters of its key
     std::uint32_t key, keyLength; // of a member
     std::uint32_t value;          // where the value starts
-    std::uint32_t end;            // of an object or array
+    std::uint32_t end;            // of the value
     std::uint32_t after;          // the first node that is not below this one
   };
   static constexpr std::uint32_t root = 0;

@@ -10,13 +10,16 @@ namespace ovk::local {
 
 namespace {
 
-// Cuts the next step, "name", ".name" or "[index]", off the path.
-std::string_view cutStep(std::string_view& path) {
+// The length of the next step, "name", ".name" or "[index]", of a path.
+std::size_t stepLength(std::string_view path) {
   std::size_t length = 1;
+  for (; length + bytesAtOnce <= path.size(); length += bytesAtOnce) {
+    const Bytes bytes = loadBytes(path.data() + length);
+    const Bytes ends = marksOf('.', bytes) | marksOf('[', bytes);
+    if (ends != 0) return length + firstMark(ends);
+  }
   while (length < path.size() && path[length] != '.' && path[length] != '[') ++length;
-  const std::string_view step = path.substr(0, length);
-  path.remove_prefix(length);
-  return step;
+  return length;
 }
 
 // The number in a step "[index]".
@@ -69,20 +72,27 @@ const char* JsonReading::find(std::string_view path) {
   if (outline_.empty()) return nullptr;
   const bool isNear = leadsFrom(near_, path);
   const Start start = isNear ? near_ : leadsFrom(nearArray_, path) ? nearArray_ : Start{};
-  found_ = value(start.node);
-  std::string_view rest = path.substr(start.pathLength);
+  Value found = value(start.node);
+  std::string_view rest = path;
+  rest.remove_prefix(start.pathLength);
   Start parent;
   Start array = isNear ? nearArray_ : Start{};
-  while (!rest.empty() && found_.at != nullptr) {
-    parent = {path.size() - rest.size(), found_.node};
-    const std::string_view step = cutStep(rest);
-    if (*found_.at == '[') array = parent;
-    found_ = *found_.at == '{'   ? member(parent.node, step)
-             : *found_.at == '[' ? element(parent.node, step)
-                                 : Value{nullptr, none};
+  while (!rest.empty() && found.at != nullptr) {
+    parent = {path.size() - rest.size(), found.node};
+    const std::string_view step(rest.data(), stepLength(rest));
+    rest.remove_prefix(step.size());
+    if (*found.at == '{') {
+      found = member(parent.node, step);
+    } else if (*found.at == '[') {
+      array = parent;
+      found = element(parent.node, step);
+    } else {
+      found = {};
+    }
   }
-  if (found_.at != nullptr && parent.node != near_.node) remember(path, parent, array);
-  return found_.at;
+  if (found.at != nullptr && parent.node != near_.node) remember(path, parent, array);
+  found_ = found;
+  return found.at;
 }
 
 // Whether the path goes on from there.
@@ -100,8 +110,7 @@ void JsonReading::remember(std::string_view path, const Start& parent, const Sta
 }
 
 const char* JsonReading::foundEnd() const {
-  const bool isScalar = *found_.at != '{' && *found_.at != '[';
-  return isScalar ? jsonScalarEnd(found_.at) : text_.data() + outline_[found_.node].end;
+  return found_.node == none ? jsonScalarEnd(found_.at) : text_.data() + outline_[found_.node].end;
 }
 
 std::vector<std::string> JsonReading::foundNames() const {
@@ -113,8 +122,9 @@ std::vector<std::string> JsonReading::foundNames() const {
 }
 
 JsonReading::Value JsonReading::member(NodeIndex object, std::string_view step) const {
-  if (step.front() == '[') return {nullptr, none};
-  const std::string_view name = step.substr(step.front() == '.' ? 1 : 0);
+  if (step.front() == '[') return {};
+  const std::size_t dot = step.front() == '.' ? 1 : 0;
+  const std::string_view name(step.data() + dot, step.size() - dot);
   const Bytes head = headOf(name);
   const NodeIndex end = outline_[object].after;
   for (NodeIndex node = object + 1; node < end; node = outline_[node].after) {
@@ -122,24 +132,24 @@ JsonReading::Value JsonReading::member(NodeIndex object, std::string_view step) 
     if (each.keyHead != head || each.keyLength != name.size()) continue;
     if (name.size() <= bytesAtOnce || sameBytes(text_.data() + each.key, name.data(), name.size())) return value(node);
   }
-  return {nullptr, none};
+  return {};
 }
 
 JsonReading::Value JsonReading::element(NodeIndex array, std::string_view step) {
   std::uint32_t index = 0;
-  if (!indexOf(step, index)) return {nullptr, none};
+  if (!indexOf(step, index)) return {};
   const bool isKnown = array == array_;
   if (isKnown && index >= decoded_.index) element_ = decoded_;
   if (!isKnown || index < element_.index) {
     const char* const first = skipJsonSpace(text_.data() + outline_[array].value + 1);
-    if (*first == ']') return {nullptr, none};
+    if (*first == ']') return {};
     element_ = {0, first, nullptr, array + 1};
     array_ = array;
   }
   while (element_.index < index && toNext(element_)) {
   }
   decoded_ = element_;
-  if (element_.index != index) return {nullptr, none};
+  if (element_.index != index) return {};
   const bool hasNode = *element_.at == '{' || *element_.at == '[';
   return {element_.at, hasNode ? element_.nextNode : none};
 }
@@ -182,10 +192,12 @@ JsonReading::Element JsonReading::decodeAhead(Element element) {
       if (stop < at) continue; // white space in front of the number
       const auto digits = static_cast<std::size_t>(stop - at);
       const bool isShort = digits > 0 && digits <= maxShortDigits;
-      if (*stop != ',' || !isShort || count == NumbersAhead::room) return element;
+      const bool isPlain = *stop == ',' || *stop == ']';
+      if (!isPlain || !isShort || count == NumbersAhead::room) return element;
       numbers[count++] = shortNumber(at, digits);
       ahead_.add(count);
       element = {element.index + 1, at, stop, element.nextNode};
+      if (*stop == ']') return element;
       at = skipJsonSpace(stop + 1);
     }
   }

@@ -96,8 +96,8 @@ private:
   static constexpr NodeIndex none = 0xFFFFFFFF; // of elements that are neither objects nor arrays
 
   struct Value {
-    const char* at; // null for no value
-    NodeIndex node;
+    const char* at = nullptr; // null for no value
+    NodeIndex node = none;
   };
   // Where a look-up starts: at the object or array to which the first characters of the path lead.
   struct Start {
@@ -124,7 +124,7 @@ private:
   std::string text_; // with padding behind it
   std::size_t size_ = 0;
   JsonOutline outline_;
-  Value found_ = {nullptr, none};
+  Value found_;
   char path_[NumbersAhead::maxPath]; // of both starts
   Start near_;                       // where the last value was found
   Start nearArray_;                  // the last array on the way there

@@ -40,6 +40,8 @@ const char* numberEnd(const char* at) {
   return at;
 }
 
+bool startsNumber(const char* at) { return *at >= '1' && *at <= '9'; }
+
 // Whether a block of characters, the first of them a digit from 1 to 9, could stand in "1,20,345": digits, single commas, and
 // no 0 that starts a longer number. Bits instead of conditions, so that the compiler makes vector instructions of it.
 bool fitsNumbers(const char* at) {
@@ -87,11 +89,16 @@ const char* jsonScalarEnd(const char* at) {
 }
 
 const char* jsonNumbersEnd(const char* at) {
-  while (*at >= '1' && *at <= '9' && fitsNumbers(at)) {
+  while (startsNumber(at) && fitsNumbers(at)) {
     const char* next = at + numbersBlock;
     while (next > at && *next != ',') --next;
     if (next == at) return at;
     at = next + 1;
+  }
+  while (startsNumber(at)) { // the last few
+    const char* const end = digitsEnd(at);
+    if (*end != ',') return at;
+    at = end + 1;
   }
   return at;
 }
