@@ -150,6 +150,8 @@ TEST_F(Transfer, StrangersCostOnlyTheirOwnMessages) {
 TEST_F(Transfer, NewWritersWaitWhileDescriptorsAreShort) {
   start(fidA);
   ASSERT_EQ(0, openChannels());
+  const int known = strangerAt(directory_ + '/' + fidA + ".c2");
+  EXPECT_EQ("", receive(2));
   const int stranger = strangerAt(directory_ + '/' + fidA + ".c2");
   EXPECT_EQ(4, ::send(stranger, "late", 4, 0));
   rlimit before{};
@@ -158,13 +160,23 @@ TEST_F(Transfer, NewWritersWaitWhileDescriptorsAreShort) {
   ::close(lowest);
   const rlimit none{static_cast<rlim_t>(lowest), before.rlim_max};
   ::setrlimit(RLIMIT_NOFILE, &none);
+  const int beyond = ::dup(0);
+  if (beyond >= 0) {
+    ::close(beyond);
+    ::close(known);
+    ::close(stranger);
+    GTEST_SKIP() << "descriptors cannot be made short here";
+  }
   EXPECT_EQ("", receive(2));
   traced("cannot take in a new writer: Too many open files");
   EXPECT_EQ("", receive(2));
   EXPECT_EQ("", trace_); // once
   EXPECT_FALSE(isReadable(ovk_local_wait_descriptor()));
   ::setrlimit(RLIMIT_NOFILE, &before);
+  EXPECT_EQ(5, ::send(known, "early", 5, 0));
+  EXPECT_EQ("early", receive(2)); // those taken in already go first
   EXPECT_EQ("late", receive(2));
+  ::close(known);
   ::close(stranger);
 }
 
