@@ -21,7 +21,7 @@ TEST_F(TraceLog, ThresholdChoosesLines) {
   for (const auto& row : rows) {
     ovk_local_set_trace_threshold(row.threshold);
     logTracePrint("F", 1, "f", row.level, "text\n");
-    EXPECT_EQ(row.written, !trace_.empty()) << row.threshold << ' ' << row.level;
+    EXPECT_EQ(row.written, !trace_.empty()) << "level " << row.level << ", threshold " << row.threshold;
     trace_.clear();
   }
 }
@@ -37,15 +37,14 @@ TEST_F(TraceLog, LineHasItsOrigin) {
 
 // Around the size of the inner buffer, and as long as messages get.
 TEST_F(TraceLog, LongLinesAreWhole) {
-  for (std::size_t size = 940; size < 1030; ++size) {
+  std::vector<std::size_t> sizes = {20000};
+  for (std::size_t size = 940; size < 1030; ++size) sizes.push_back(size);
+  for (const std::size_t size : sizes) {
     const std::string text(size, 'x');
     logTracePrint("F", 1, "f", 2, "%s\n", text.c_str());
-    ASSERT_NE(std::string::npos, trace_.find(": " + text + '\n')) << size;
+    EXPECT_EQ(" 2 F:1 f: " + text + '\n', trace_.substr(15)) << size;
     trace_.clear();
   }
-  const std::string text(20000, 'y');
-  logTracePrint("F", 1, "f", 2, "%s", text.c_str());
-  EXPECT_NE(std::string::npos, trace_.find(": " + text + '\n'));
 }
 
 TEST_F(TraceLog, StandardErrorGetsOneLine) {
