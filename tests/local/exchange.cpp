@@ -1,33 +1,21 @@
-// Two processes exchange register writes and reads through the local bus, as fast as they can:  exchange COUNT [KILLS]
-//
-// Every answer is matched and compared, both sides' counters must equal the number sent, and nothing may be left behind.
-// With KILLS, the server is killed so many times in the middle of it and started anew at once. The client, who stays,
-// may lose one exchange by each; what it cannot send meanwhile it tries again.
-
-#include <poll.h>
-#include <sys/wait.h>
-#include <unistd.h>
+// Two processes exchange register writes and reads through the local bus, as fast as they can:  exchange [COUNT]
 
 #include <algorithm>
-#include <csignal>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <string>
-#include <vector>
+#include <memory>
+#include <poll.h>
 
-#include "ovk/local_platform.h"
+#include "local_bus.h"
 #include "ovk/ovk.h"
 
 namespace {
 
-constexpr const char* clientFid = "VR001_00001_0000000000C1";
-constexpr const char* serverFid = "VR002_00002_0000000000D2";
+int count = 2000; // of exchanges, half of them writes
+constexpr const char* clientFid = fidA;
+constexpr const char* serverFid = fidB;
 constexpr int words = 10;
 
-volatile std::sig_atomic_t stopped = 0;
-void stop(int /*signal*/) { stopped = 1; }
+class Exchange : public LocalBus {};
 
 uint16_t stored[1024];
 
@@ -45,25 +33,20 @@ int serveWrite(void* data, unsigned /*length*/) {
   return 0;
 }
 
-template <typename Callback>
-void add(ovk_Service_t service, Callback callback) {
+void add(ovk_Service_t service, ovk_ServiceCallback_t callback) {
   const auto untyped = reinterpret_cast<void*>(callback);
-  if (ovk_RegisterForService(service, untyped, nullptr, nullptr, nullptr) != ovk_Status_Done) std::exit(1);
+  EXPECT_EQ(unsigned{ovk_Status_Done}, ovk_RegisterForService(service, untyped, nullptr, nullptr, nullptr));
 }
 
-int serve(int ready) {
-  std::signal(SIGTERM, stop);
+void serve(Child& self) {
+  ovk_QMXBusShutdown(); // what was inherited
   ovk_Init(true, serverFid, nullptr, nullptr, nullptr);
   add(ovk_Service_RegisterReadServer, serveRead);
   add(ovk_Service_RegisterWriteServer, serveWrite);
-  if (write(ready, "r", 1) != 1) return 1;
-  pollfd wait = {ovk_local_wait_descriptor(), POLLIN, 0};
-  while (stopped == 0) {
-    poll(&wait, 1, 100);
-    ovk_DoWork(nullptr, nullptr, nullptr);
-  }
+  self.signal();
+  pollfd waiting[] = {{ovk_local_wait_descriptor(), POLLIN, 0}, {self.link(), POLLIN, 0}};
+  while (::poll(waiting, 2, -1) > 0 && waiting[1].revents == 0) ovk_DoWork(nullptr, nullptr, nullptr);
   ovk_QMXBusShutdown();
-  return 0;
 }
 
 struct {
@@ -72,145 +55,96 @@ struct {
   bool arrived, right;
 } awaited;
 
+template <class Answer>
+bool isAwaited(const Answer& answer) {
+  if (answer.refId != awaited.refId) return false;
+  awaited.arrived = true;
+  awaited.right = answer.success == 1;
+  return true;
+}
+
 int takeRead(void* data, unsigned /*length*/) {
   const auto& answer = *static_cast<ovk_RegisterReadRspCallbackData_t*>(data);
-  if (answer.refId != awaited.refId) return 0;
-  awaited.arrived = true;
-  const auto isRight = [](uint16_t word) { return word == awaited.value; };
-  awaited.right = answer.success == 1 && answer.numberRegisters1 == words &&
-                  std::all_of(answer.pStartRegister1, answer.pStartRegister1 + words, isRight);
+  if (!isAwaited(answer)) return 0;
+  const std::vector<uint16_t> values(answer.pStartRegister1, answer.pStartRegister1 + answer.numberRegisters1);
+  awaited.right = awaited.right && values == std::vector<uint16_t>(words, awaited.value);
   return 0;
 }
 
 int takeWrite(void* data, unsigned /*length*/) {
-  const auto& answer = *static_cast<ovk_RegisterWriteRspCallbackData_t*>(data);
-  if (answer.refId != awaited.refId) return 0;
-  awaited.arrived = true;
-  awaited.right = answer.success == 1;
+  isAwaited(*static_cast<ovk_RegisterWriteRspCallbackData_t*>(data));
   return 0;
 }
 
-enum class Outcome { right, notSent, lost };
+void startClient() {
+  ovk_Init(true, clientFid, nullptr, nullptr, nullptr);
+  add(ovk_Service_RegisterReadClient, takeRead);
+  add(ovk_Service_RegisterWriteClient, takeWrite);
+}
 
-Outcome ask(bool write, uint16_t value) {
+unsigned send(bool write, uint16_t value) {
   static int requests = 0;
   awaited = {"x-" + std::to_string(++requests), value, false, false};
   const std::vector<uint16_t> values(words, value);
-  const unsigned status =
-      write ? ovk_WriteRegisters(serverFid, awaited.refId.c_str(), 0, 0, values.data(), words, -1, nullptr, 0)
-            : ovk_ReadRegisters(serverFid, awaited.refId.c_str(), 0, words, -1, 0);
-  if (status != ovk_Status_Done) return status == ovk_Status_NotWritten ? Outcome::notSent : Outcome::lost;
-  pollfd wait = {ovk_local_wait_descriptor(), POLLIN, 0};
-  while (!awaited.arrived && poll(&wait, 1, 1000) > 0) ovk_DoWork(nullptr, nullptr, nullptr);
-  return awaited.right ? Outcome::right : Outcome::lost;
+  const char* const refId = awaited.refId.c_str();
+  return write ? ovk_WriteRegisters(serverFid, refId, 0, 0, values.data(), words, -1, nullptr, 0)
+               : ovk_ReadRegisters(serverFid, refId, 0, words, -1, 0);
 }
 
-// Writes a value and reads it back.
-Outcome exchange(uint16_t value) {
-  const Outcome written = ask(true, value);
-  return written == Outcome::right ? ask(false, value) : written;
+bool exchange(bool write, uint16_t value) {
+  if (send(write, value) != ovk_Status_Done) return false;
+  pollfd waiting{ovk_local_wait_descriptor(), POLLIN, 0};
+  while (!awaited.arrived && ::poll(&waiting, 1, 2000) > 0) ovk_DoWork(nullptr, nullptr, nullptr);
+  return awaited.right;
 }
 
-uint32_t counter(const char* fid, int number) {
+std::uint32_t counter(const char* fid, int number) {
   std::vector<ovk_local_counter_t> counters;
-  ovk_local_read_counters(fid, counters);
+  EXPECT_TRUE(ovk_local_read_counters(fid, counters));
   for (const auto& entry : counters)
     if (entry.number == number) return entry.value;
   return 0;
 }
 
-bool areCounted(unsigned writes, unsigned reads) {
-  const struct {
-    const char* fid;
-    int number;
-    unsigned expected;
-  } rows[] = {{clientFid, 69, writes}, {clientFid, 75, writes}, {clientFid, 51, reads},
-              {serverFid, 71, writes}, {serverFid, 47, reads},  {serverFid, 49, reads}};
-  bool all = true;
-  for (const auto& row : rows) {
-    const uint32_t value = counter(row.fid, row.number);
-    if (value != row.expected) std::printf("%s counter %d: %u, not %u\n", row.fid, row.number, value, row.expected);
-    all = all && value == row.expected;
+TEST_F(Exchange, EveryAnswerIsRightAndCounted) {
+  Child server(serve);
+  ASSERT_TRUE(server.await());
+  Child client([](Child&) {
+    startClient();
+    for (int i = 0; i < count; ++i) ASSERT_TRUE(exchange(i % 2 == 0, static_cast<uint16_t>(i / 2))) << i;
+    ASSERT_TRUE(exchange(true, 0)); // the server counts a read when it has answered, a write before
+    const auto reads = static_cast<unsigned>(count / 2);
+    for (const int number : {69, 75}) EXPECT_EQ(reads + 1, counter(clientFid, number)) << number;
+    EXPECT_EQ(reads, counter(clientFid, 51));
+    EXPECT_EQ(reads + 1, counter(serverFid, 71));
+    for (const int number : {47, 49}) EXPECT_EQ(reads, counter(serverFid, number)) << number;
+    ovk_QMXBusShutdown();
+  });
+  EXPECT_EQ(0, client.finish());
+  EXPECT_EQ(0, server.finish());
+  EXPECT_TRUE(files().empty());
+}
+
+// The client, who stays, is told, and goes on as soon as the server is back under its identifier.
+TEST_F(Exchange, GoesOnWhenTheServerIsKilled) {
+  startClient();
+  for (uint16_t round = 0; round < 20; ++round) {
+    Child server(serve);
+    ASSERT_TRUE(server.await());
+    for (int i = 0; i < 20; ++i) ASSERT_TRUE(exchange(true, round) && exchange(false, round)) << round;
+    ASSERT_EQ(unsigned{ovk_Status_Done}, send(true, 0)); // on its way, perhaps never read
+    server.kill();
+    EXPECT_EQ(unsigned{ovk_Status_NotWritten}, send(false, 0)) << round;
+    traced("cannot write to VR001_00002_0000000000BB: it is not running");
   }
-  return all;
-}
-
-// One byte into `progress` asks for each kill.
-int client(int pairs, int kills, int progress) {
-  ovk_local_set_trace_threshold(kills > 0 ? -1 : 2);
-  ovk_Init(true, clientFid, nullptr, nullptr, nullptr);
-  add(ovk_Service_RegisterReadClient, takeRead);
-  add(ovk_Service_RegisterWriteClient, takeWrite);
-  int lost = 0;
-  for (int done = 0; done < pairs && lost <= kills;) {
-    const Outcome outcome = exchange(static_cast<uint16_t>(done));
-    if (outcome == Outcome::right) ++done;
-    if (outcome == Outcome::lost || (outcome == Outcome::notSent && kills == 0)) ++lost;
-    if (outcome == Outcome::right && kills > 0 && done % (pairs / (kills + 1)) == 0 && write(progress, "k", 1) != 1)
-      return 1;
-  }
-  // The server counts a read when it has answered, perhaps too late for a look; a last write makes sure.
-  const auto half = static_cast<unsigned>(pairs);
-  const bool good = lost <= kills && ask(true, 0) == Outcome::right && (kills > 0 || areCounted(half + 1, half));
-  ovk_QMXBusShutdown();
-  std::printf("%d exchanges, %d lost\n", 2 * pairs, lost);
-  return good ? 0 : 1;
-}
-
-// Runs `body` in a process of its own, whose end can be looked at; it writes into the pipe.
-template <typename Body>
-pid_t spawn(const int (&pipe)[2], Body body) {
-  const pid_t process = fork();
-  if (process == 0) std::exit(body(pipe[1]));
-  return process;
-}
-
-pid_t startServer() {
-  int ready[2];
-  char byte = 0;
-  if (pipe(ready) != 0) return -1;
-  const pid_t server = spawn(ready, serve);
-  close(ready[1]);
-  const bool isReady = read(ready[0], &byte, 1) == 1;
-  close(ready[0]);
-  return isReady ? server : -1;
-}
-
-bool endedWell(pid_t process) {
-  int status = -1;
-  return waitpid(process, &status, 0) == process && status == 0;
-}
-
-bool run(int count, int kills) {
-  int progress[2];
-  pid_t server = startServer();
-  if (server < 0 || pipe(progress) != 0) return false;
-  const pid_t asking = spawn(progress, [=](int to) { return client(count / 2, kills, to); });
-  close(progress[1]);
-  char byte = 0;
-  for (int killed = 0; killed < kills && read(progress[0], &byte, 1) == 1; ++killed) {
-    kill(server, SIGKILL);
-    waitpid(server, nullptr, 0);
-    server = startServer();
-    if (server < 0) return false;
-  }
-  const bool clientGood = endedWell(asking);
-  kill(server, SIGTERM);
-  const bool serverGood = endedWell(server);
-  if (!clientGood || !serverGood) std::printf("client good: %d, server good: %d\n", clientGood, serverGood);
-  return clientGood && serverGood;
 }
 
 } // namespace
 
 int main(int argc, char* argv[]) {
-  const int count = argc > 1 ? std::atoi(argv[1]) : 2000; // NOLINT(cert-err34-c)
-  const int kills = argc > 2 ? std::atoi(argv[2]) : 0;    // NOLINT(cert-err34-c)
-  std::string directory = (std::filesystem::temp_directory_path() / "ovk-exchange-XXXXXX").string();
-  if (mkdtemp(directory.data()) == nullptr || !ovk_local_set_bus_directory(directory.c_str())) return 1;
-  const bool good = run(count, kills);
-  const bool empty = std::filesystem::is_empty(directory);
-  if (!empty) std::printf("something is left in %s\n", directory.c_str());
-  std::filesystem::remove_all(directory);
-  return good && empty ? 0 : 1;
+  ::testing::InitGoogleTest(&argc, argv);
+  if (argc > 1) count = std::atoi(argv[1]); // NOLINT(cert-err34-c)
+  const int result = RUN_ALL_TESTS();
+  std::printf("%d exchanges\n", count);
+  return result;
 }

@@ -97,6 +97,8 @@ public:
     if (process_ > 0) finish();
   }
 
+  /// Readable in the child when it is to end.
+  int link() const { return link_; }
   void signal() const { EXPECT_EQ(1, ::send(link_, "!", 1, MSG_NOSIGNAL)); }
   bool await() const {
     char byte = 0;

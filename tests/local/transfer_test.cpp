@@ -108,6 +108,8 @@ TEST_F(Transfer, WaitDescriptorTellsOfMessages) {
     EXPECT_EQ("", receive(1) + receive(2));
   }
   EXPECT_FALSE(isReadable(descriptor));
+  // Of one that is shared, a child's messages would wake its parent.
+  EXPECT_EQ(0, Child([&](Child&) { EXPECT_NE(descriptor, ovk_local_wait_descriptor()); }).finish());
 }
 
 TEST_F(Transfer, OrderHoldsWhenAWriterConnectsAnew) {
