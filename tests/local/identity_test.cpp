@@ -26,33 +26,6 @@ TEST_F(Identity, NothingStaysBehindAtExit) {
   EXPECT_TRUE(files().empty());
 }
 
-TEST_F(Identity, KilledProcessIsReplacedAtOnce) {
-  start(fidB);
-  ASSERT_EQ(0, openChannels());
-  for (int round = 0; round < 3; ++round) {
-    Child killed(participant(fidA));
-    ASSERT_TRUE(killed.await());
-    EXPECT_EQ(0, send(0, messageTo(fidA, "never read")));
-    killed.kill();
-    EXPECT_NE(0, send(0, messageTo(fidA, "x"))) << round;
-    traced("it is not running");
-    Child next([](Child& self) {
-      closeChannels(); // what was inherited
-      start(fidA);
-      EXPECT_EQ(0, openChannels());
-      self.signal();
-      EXPECT_TRUE(self.await());
-      EXPECT_EQ(messageTo(fidA, "again"), receive(2));
-    });
-    ASSERT_TRUE(next.await());
-    EXPECT_EQ(0, send(0, messageTo(fidA, "again")));
-    next.signal();
-    EXPECT_EQ(0, next.finish());
-  }
-  closeChannels();
-  EXPECT_TRUE(files().empty());
-}
-
 TEST_F(Identity, JoiningSweepsWhatOthersLeft) {
   Child running(participant(fidC));
   ASSERT_TRUE(running.await());
