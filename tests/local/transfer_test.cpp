@@ -48,7 +48,7 @@ TEST_F(Transfer, ChannelsHaveTheirRole) {
       EXPECT_EQ(good, createTransferChannel(index, role) >= 0) << "again " << index << ' ' << role;
     }
   closeChannels();
-  EXPECT_TRUE(files().empty());
+  EXPECT_EQ(0, files());
   EXPECT_NE(0, send(0, messageTo(fidA, "x")));
   EXPECT_EQ("", receive(2));
 }
