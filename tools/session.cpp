@@ -48,7 +48,7 @@ std::string secondsText(std::chrono::milliseconds time) {
 
 } // namespace
 
-Session::Session(const BusOptions& busOptions) : opts(busOptions) {
+Session::Session(BusOptions busOptions) : opts(std::move(busOptions)) {
   if (!ovk_local_set_bus_directory(opts.directory.c_str())) {
     throw Failure(Exit_NoBus, "the bus directory '" + opts.directory + "' cannot be used; give --bus a shorter path");
   }
@@ -71,7 +71,6 @@ void Session::registerService(ovk_Service_t service, ovk_ServiceCallback_t callb
 }
 
 std::vector<ovk_topology_controller_t> Session::topology() {
-  work(); // the topology looks around only then
   std::vector<ovk_topology_controller_t> controllers;
   if (!ovk_topology_get_list(controllers)) {
     throw Failure(Exit_NoBus, "the topology of " + ovk_local_bus_directory() + " could not be read" + why());
@@ -85,7 +84,6 @@ std::vector<ovk_topology_controller_t> Session::topology() {
 }
 
 void Session::requireKnown(const std::string& fid) {
-  work();
   if (ovk_topology_is_orvane_device(fid) != 0) return;
   throw Failure(Exit_Unknown, fid + " is not on the bus in " + ovk_local_bus_directory() + " (known: " +
                                   listOf(topology()) + "); start it, for instance with 'ovk sim FILE'" + why());

@@ -40,7 +40,7 @@ struct Reply {
 /// This process's part in the bus, from initialisation to shutdown. One at a time.
 class Session {
 public:
-  explicit Session(const BusOptions& busOptions);
+  explicit Session(BusOptions busOptions);
   ~Session();
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;

@@ -4,6 +4,7 @@
 // included, if one names it); without, the one file is its own controller. SIGINT and SIGTERM are the normal end.
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cerrno>
 #include <iostream>
 #include <optional>
@@ -54,31 +55,40 @@ void printChecked(const std::vector<DeviceDescription>& devices, const Arguments
   }
 }
 
+bool canBeAsked(const std::string& fid, const std::string& controller) {
+  std::string parent;
+  return ovk_topology_get_controller_fusionId_for_sensor(fid, parent) != 0 && parent == controller;
+}
+
 /// A sensor that the topology does not know gets no requests, so the user should hear of it; but it may become known
 /// while the simulation runs.
 void warnUnreachable(const DeviceDescription& device, const std::string& controller) {
-  std::string parent;
-  if (ovk_topology_get_controller_fusionId_for_sensor(device.fid, parent) != 0 && parent == controller) return;
+  if (canBeAsked(device.fid, controller)) return;
   std::cerr << "ovk: " << device.fid << " cannot be asked yet: it is not known below " << controller
             << "; run: ovk --bus '" << ovk_local_bus_directory() << "' topology add " << controller << ' ' << device.fid
             << (device.name.empty() ? "" : " '" + device.name + "'") << '\n';
 }
 
-void announce(Session& session, const std::vector<DeviceDescription>& devices) {
-  session.work();
-  for (const DeviceDescription& device : devices) warnUnreachable(device, session.options().id);
-  for (const DeviceDescription& device : devices) std::cout << "ready " << device.fid << '\n';
+/// Says which of the devices can be asked by now; the others go on waiting.
+void announce(std::vector<std::string>& waiting, const std::string& controller) {
+  const auto isWaiting = [&](const std::string& fid) { return !canBeAsked(fid, controller); };
+  const auto ready = std::stable_partition(waiting.begin(), waiting.end(), isWaiting);
+  std::for_each(ready, waiting.end(), [](const std::string& fid) { std::cout << "ready " << fid << '\n'; });
+  waiting.erase(ready, waiting.end());
   if (!std::cout.flush()) throw Failure(Exit_Other, "the ready line could not be written");
 }
 
-/// Delayed answers shorten the wait; nothing is ever slept through.
-void serveUntilStopped(Session& session, SimServer& server, const StopSignal& stop) {
-  pollfd waiting[] = {{ovk_local_wait_descriptor(), POLLIN, 0}, {stop.descriptor(), POLLIN, 0}};
-  while (waiting[1].revents == 0) {
+/// Nothing is ever slept through: delayed answers shorten the wait, and so do devices that wait to become known.
+void serveUntilStopped(Session& session, SimServer& server, const StopSignal& stop, std::vector<std::string> waiting) {
+  constexpr int lookAgain = 500; // milliseconds
+  pollfd awaited[] = {{ovk_local_wait_descriptor(), POLLIN, 0}, {stop.descriptor(), POLLIN, 0}};
+  while (awaited[1].revents == 0) {
+    if (!waiting.empty()) announce(waiting, session.options().id);
     session.work();
     server.answers().release(AnswerQueue::Clock::now());
-    const int timeout = server.answers().timeToNext(AnswerQueue::Clock::now());
-    if (poll(waiting, 2, timeout) < 0 && errno != EINTR) throw Failure(Exit_Other, "cannot wait for messages");
+    int timeout = server.answers().timeToNext(AnswerQueue::Clock::now());
+    if (!waiting.empty() && (timeout < 0 || timeout > lookAgain)) timeout = lookAgain;
+    if (poll(awaited, 2, timeout) < 0 && errno != EINTR) throw Failure(Exit_Other, "cannot wait for messages");
   }
 }
 
@@ -97,8 +107,12 @@ void simulate(BusOptions bus, const Arguments& arguments) {
   session.listen<ovk_Service_RegisterReadServer, ovk_RegisterReadReqCallbackData_t>(server);
   session.listen<ovk_Service_RegisterWriteServer, ovk_RegisterWriteReqCallbackData_t>(server);
   session.traceToStderr();
-  announce(session, devices);
-  serveUntilStopped(session, server, stop);
+  std::vector<std::string> waiting;
+  for (const DeviceDescription& device : devices) {
+    warnUnreachable(device, bus.id);
+    waiting.push_back(device.fid);
+  }
+  serveUntilStopped(session, server, stop, waiting);
   std::cerr << server.summary() << '\n';
 }
 

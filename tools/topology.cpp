@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 #include <iostream>
+#include <optional>
 
 #include "arguments.h"
 #include "failure.h"
@@ -20,7 +21,7 @@ struct Arguments {
   std::string selector;
   std::string parent;
   std::string fid;
-  std::string name;
+  std::optional<std::string> name; ///< an empty one takes the device's name away
 };
 
 std::string orDash(const std::string& text) { return text.empty() ? "-" : text; }
@@ -51,17 +52,20 @@ void list(const BusOptions& bus, const Arguments& arguments) {
   if (!session.why().empty()) std::cerr << "ovk: this list may be incomplete" << session.why() << '\n';
 }
 
-void requireDone(const Session& session, int result, const std::string& what) {
-  if (result == 0) throw Failure(Exit_Other, what + " was not possible" + session.why());
+void requireDone(Session& session, int result, const std::string& what) {
+  if (result != 0) return;
+  const std::string why = session.why();
+  session.topology(); // fails by itself when the bus cannot be used at all
+  throw Failure(Exit_Other, what + " was not possible" + why);
 }
 
 void add(const BusOptions& bus, const Arguments& arguments) {
   requireIdentifier(arguments.parent);
   requireIdentifier(arguments.fid);
   Session session(bus);
-  const int result = arguments.name.empty()
-                         ? ovk_topology_cfg_set_static_device(arguments.parent, arguments.fid)
-                         : ovk_topology_cfg_set_static_device(arguments.parent, arguments.fid, arguments.name);
+  const int result = arguments.name
+                         ? ovk_topology_cfg_set_static_device(arguments.parent, arguments.fid, *arguments.name)
+                         : ovk_topology_cfg_set_static_device(arguments.parent, arguments.fid);
   requireDone(session, result, "adding " + arguments.fid + " below " + arguments.parent);
   std::cout << "added " << arguments.fid << " below " << arguments.parent << '\n';
 }
@@ -97,10 +101,15 @@ CLI::App* addEditCommand(CLI::App& topology, const std::shared_ptr<Arguments>& a
 void addTopologyCommand(CLI::App& app, Action& chosen) {
   CLI::App* command = addCommand(app, "topology", "List who is on the bus; edit the list of static devices");
   const auto arguments = std::make_shared<Arguments>();
-  command->add_option("--static", arguments->selector, "List static devices only; of one controller, or of all")
+  const auto selectStatic = [arguments](const std::string& selector) {
+    arguments->listStatic = true;
+    arguments->selector = selector;
+  };
+  command
+      ->add_option_function<std::string>("--static", selectStatic,
+                                         "List static devices only; of one controller, or of all")
       ->expected(0, 1)
-      ->type_name("[CONTROLLER]")
-      ->each([arguments](const std::string&) { arguments->listStatic = true; });
+      ->type_name("[CONTROLLER]");
   choose(command, arguments, chosen, &list);
 
   CLI::App* adding = addEditCommand(*command, arguments, "add", "Add a static device or change its name");

@@ -89,7 +89,8 @@ public:
   bool GetValueAsInt(std::string_view path, int* value) const;
   bool GetValueAsString(std::string_view path, std::string& value) const;
   bool GetValueAsBool(std::string_view path, bool& value) const;
-  /// The member names of the object at the path (the whole document for an empty path), in their order.
+  /// The member names of the object at the path (the whole document for an empty path), in their order. The library does
+  /// not use it: a controller's own class needs none, it serves the bundled topology service.
   bool getNames(std::string_view path, std::vector<std::string>& names) const;
 
 private:

@@ -18,10 +18,22 @@
 
 // A bus of its own for each test, and other processes on it.
 
-constexpr const char* fidA = "VR001_00001_0000000000AA";
-constexpr const char* fidB = "VR001_00002_0000000000BB";
-constexpr const char* fidC = "VR001_00003_0000000000CC";
-constexpr const char* fidD = "VR001_00004_0000000000DD";
+using std::string_literals::operator""s;
+
+constexpr const char* fids[] = {"VR001_00001_0000000000AA", "VR001_00002_0000000000BB", "VR001_00003_0000000000CC",
+                                "VR001_00004_0000000000DD", "VR009_00005_0000000000EE", "VR009_00006_0000000000FF"};
+constexpr const char* fidA = fids[0];
+constexpr const char* fidB = fids[1];
+constexpr const char* fidC = fids[2];
+constexpr const char* fidD = fids[3];
+constexpr const char* fidE = fids[4];
+
+/// The text with fidA in place of "@A", and so on.
+inline std::string withFids(std::string text) {
+  for (std::size_t at = text.find('@'); at != std::string::npos; at = text.find('@'))
+    text.replace(at, 2, fids[text[at + 1] - 'A']);
+  return text;
+}
 
 inline void start(const std::string& fid) { Topology().init(fid, nullptr, nullptr, nullptr); }
 
@@ -53,6 +65,19 @@ inline std::string receive(int channel) {
   return buffer;
 }
 
+/// Topology records as text, a line for each controller.
+inline std::string textOf(const std::vector<orvane_parent>& parents) {
+  std::string all;
+  for (const orvane_parent& parent : parents) {
+    all += parent.attr1 + '|' + parent.attr2 + '|' + parent.attr3 + '|' + parent.attr4 + '|' + parent.attr5 + '|';
+    all += std::to_string(parent.kind);
+    for (const ovk_topology_sensor_t& member : parent.members)
+      all += " [" + member.attr1 + '|' + member.attr2 + '|' + member.attr3 + '|' + member.attr4 + ']';
+    all += '\n';
+  }
+  return all;
+}
+
 /// A forked process. The two sides run in step by signal() and await(); a side whose peer is gone gets false.
 class Child {
 public:
@@ -72,6 +97,8 @@ public:
     if (process_ > 0) finish();
   }
 
+  /// Readable in the child when it is to end.
+  int link() const { return link_; }
   void signal() const { EXPECT_EQ(1, ::send(link_, "!", 1, MSG_NOSIGNAL)); }
   bool await() const {
     char byte = 0;
@@ -81,7 +108,7 @@ public:
     ::kill(process_, SIGKILL);
     finish();
   }
-  /// Lets the child's await() fail and waits for its end.
+  /// Lets the child's await() fail and waits for its end; 0 when it was a good one.
   int finish() {
     int status = -1;
     ::shutdown(link_, SHUT_WR);
@@ -99,6 +126,7 @@ private:
 /// A process that takes part as `fid` until it is told to end.
 inline std::function<void(Child&)> participant(const std::string& fid) {
   return [fid](Child& self) {
+    closeChannels(); // what was inherited
     start(fid);
     EXPECT_EQ(0, openChannels());
     self.signal();
@@ -114,11 +142,10 @@ protected:
     ASSERT_NE(nullptr, ::mkdtemp(pattern.data()));
     directory_ = pattern;
     ASSERT_TRUE(ovk_local_set_bus_directory(directory_.c_str()));
-    ovk_local_set_trace_sink(
-        [](const char* line, unsigned length, void* context) {
-          static_cast<LocalBus*>(context)->trace_ += std::string(line, length) + '\n';
-        },
-        this);
+    const auto keep = [](const char* line, unsigned length, void* kept) {
+      static_cast<std::string*>(kept)->append(line, length) += '\n';
+    };
+    ovk_local_set_trace_sink(keep, &trace_);
   }
   void TearDown() override {
     closeChannels();
@@ -126,22 +153,15 @@ protected:
     std::filesystem::remove_all(directory_);
   }
 
-  /// Whether a trace line since the last question holds the text.
-  bool traced(const std::string& text) {
-    const bool found = trace_.find(text) != std::string::npos;
-    EXPECT_TRUE(found) << "no '" << text << "' in: " << trace_;
+  /// Expects the text in a trace line since the last question.
+  void traced(const std::string& text) {
+    EXPECT_NE(std::string::npos, trace_.find(text)) << "no '" << text << "' in: " << trace_;
     trace_.clear();
-    return found;
   }
-  std::vector<std::string> files() const {
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(directory_))
-      names.push_back(entry.path().filename().string());
-    return names;
-  }
-  void writeFile(const std::string& name, const std::string& text) const {
-    std::ofstream(directory_ + '/' + name) << text;
-  }
+  std::string path(const std::string& name) const { return directory_ + '/' + name; }
+  /// How many files are in the bus directory.
+  std::ptrdiff_t files() const { return std::distance(std::filesystem::directory_iterator(directory_), {}); }
+  void writeTopology(const std::string& text) const { std::ofstream(path("topology.json")) << withFids(text); }
 
   std::string directory_;
   std::string trace_;

@@ -5,28 +5,13 @@
 
 namespace {
 
-using std::string_literals::operator""s;
-
-std::string text(const orvane_parent& parent) {
-  std::string all = parent.attr1 + '|' + parent.attr2 + '|' + parent.attr3 + '|' + parent.attr4 + '|' + parent.attr5 +
-                    '|' + std::to_string(parent.kind);
-  for (const auto& member : parent.members)
-    all += " [" + member.attr1 + '|' + member.attr2 + '|' + member.attr3 + '|' + member.attr4 + ']';
-  return all;
-}
-
-std::vector<std::string> list() {
-  std::vector<orvane_parent> parents;
-  EXPECT_TRUE(Topology().get_topology(parents));
-  std::vector<std::string> texts;
-  for (const auto& parent : parents) texts.push_back(text(parent));
-  return texts;
-}
-
-using Texts = std::vector<std::string>;
-
 class TopologyService : public LocalBus {
 protected:
+  static std::string list() {
+    std::vector<orvane_parent> parents;
+    EXPECT_TRUE(Topology().get_topology(parents));
+    return textOf(parents);
+  }
   // Lets the time for which a snapshot is trusted pass.
   static bool eventually(const std::function<bool()>& condition) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
@@ -37,46 +22,36 @@ protected:
 };
 
 TEST_F(TopologyService, ListsRunningAndConfigured) {
-  writeFile("topology.json", R"({"controllers":[
-    {"fid":")"s + fidD + R"(","name":"Boiler \"2\"","model":"C4","version":"2.1",
-     "sensors":[{"fid":"VR009_00002_000000000002","name":"Flow","model":"S1"},{"fid":"VR009_00001_000000000001"}]},
-    {"fid":")" + fidB + R"(","name":"Hall"}],
-    "static":[{"parent":")" + fidC +
-                                 R"(","fid":"VR009_00003_000000000003","name":"Pump"}]})");
+  writeTopology(R"({"controllers":[{"fid":"@D","name":"Boiler \"2\"","model":"C4","version":"2.1",
+                                    "sensors":[{"fid":"@F","name":"Flow","model":"S1"},{"fid":"@E"}]},
+                                   {"fid":"@B","name":"Hall"}],
+                    "static":[{"parent":"@C","fid":"VR009_00007_000000000000","name":"Pump"}]})");
   Child other(participant(fidB));
   ASSERT_TRUE(other.await());
-  start(fidA);
-  EXPECT_EQ((Texts{fidA + "||||online|1"s, fidB + "|Hall|||online|1"s,
-                   fidC + "||||offline|2 [VR009_00003_000000000003|Pump||offline]"s,
-                   fidD + "|Boiler \\\"2\\\"|C4|2.1|offline|2 [VR009_00001_000000000001|||offline]"
-                          " [VR009_00002_000000000002|Flow|S1|offline]"s}),
+  std::string own;
+  EXPECT_EQ(0, (start(""), Topology().get_my_fid(own)));
+  EXPECT_NE(0, (start(fidA), Topology().get_my_fid(own)));
+  EXPECT_EQ(fidA, own);
+  EXPECT_EQ(withFids("@A||||online|1\n@B|Hall|||online|1\n"
+                     "@C||||offline|2 [VR009_00007_000000000000|Pump||offline]\n"
+                     "@D|Boiler \\\"2\\\"|C4|2.1|offline|2 [@E|||offline] [@F|Flow|S1|offline]\n"),
             list());
   const struct {
-    const char *fid, *parent; // null: unknown
-  } rows[] = {{fidA, fidA},
-              {fidB, fidB},
-              {fidC, fidC},
-              {fidD, fidD},
-              {"VR009_00002_000000000002", fidD},
-              {"VR009_00003_000000000003", fidC},
-              {"VR009_00004_000000000004", nullptr},
-              {"", nullptr}};
+    const char *name, *fid, *parent; // null: unknown
+  } rows[] = {{"own", fidA, fidA},
+              {"running", fidB, fidB},
+              {"controller of a static device", fidC, fidC},
+              {"configured", fidD, fidD},
+              {"sensor", fidE, fidD},
+              {"static device", "VR009_00007_000000000000", fidC},
+              {"stranger", "VR009_00007_000000000001", nullptr},
+              {"nobody", "", nullptr}};
   for (const auto& row : rows) {
     std::string parent = "untouched";
-    EXPECT_EQ(row.parent != nullptr, Topology().get_parent_fid(row.fid, parent) != 0) << row.fid;
-    EXPECT_EQ(row.parent != nullptr ? row.parent : "untouched", parent);
-    EXPECT_EQ(row.parent != nullptr, Topology().is_orvane_member(row.fid) != 0) << row.fid;
+    EXPECT_EQ(row.parent != nullptr, Topology().get_parent_fid(row.fid, parent) != 0) << row.name;
+    EXPECT_EQ(row.parent != nullptr ? row.parent : "untouched", parent) << row.name;
+    EXPECT_EQ(row.parent != nullptr, Topology().is_orvane_member(row.fid) != 0) << row.name;
   }
-}
-
-TEST_F(TopologyService, OwnIdentifier) {
-  std::string fid = "untouched";
-  start("");
-  EXPECT_EQ(0, Topology().get_my_fid(fid));
-  EXPECT_EQ("untouched", fid);
-  start(fidA);
-  EXPECT_NE(0, Topology().get_my_fid(fid));
-  EXPECT_EQ(fidA, fid);
 }
 
 // Every change is seen by the very next question, even within one step of the file clock.
@@ -97,9 +72,9 @@ TEST_F(TopologyService, KilledProcessGoesOffline) {
   ASSERT_TRUE(killed.await());
   const timespec longAgo[2] = {{1, 0}, {1, 0}};
   ASSERT_EQ(0, ::utimensat(AT_FDCWD, directory_.c_str(), longAgo, 0)); // nothing but the full look can tell
-  EXPECT_EQ(fidB + "||||online|1"s, list().back());
+  EXPECT_EQ(withFids("@A||||online|1\n@B||||online|1\n"), list());
   killed.kill();
-  EXPECT_TRUE(eventually([] { return list().back() == fidB + "||||offline|2"s; }));
+  EXPECT_TRUE(eventually([] { return list() == withFids("@A||||online|1\n@B||||offline|2\n"); }));
 }
 
 int changes = 0;
@@ -119,15 +94,15 @@ TEST_F(TopologyService, TellsOfChanges) {
   start(fidA);
   work();
   EXPECT_EQ(0, changes);
-  writeFile("topology.json", R"({"controllers":[{"fid":")"s + fidB + R"(","name":"n","model":"m","version":"v"}]})");
+  writeTopology(R"({"controllers":[{"fid":"@B","name":"n","model":"m","version":"v"}]})");
   TopologyDoWork(nullptr, nullptr, nullptr);
   work();
   work();
   ASSERT_EQ(1, changes);
   ASSERT_EQ(2U, lastList.size());
-  EXPECT_EQ("n m v offline",
-            lastList[1].attr2 + ' ' + lastList[1].attr3 + ' ' + lastList[1].attr4 + ' ' + lastList[1].attr5);
-  EXPECT_EQ(2, lastList[1].kind);
+  const ovk_topology_controller_t& second = lastList[1];
+  EXPECT_EQ("n m v offline", second.attr2 + ' ' + second.attr3 + ' ' + second.attr4 + ' ' + second.attr5);
+  EXPECT_EQ(2, second.kind);
   Child other(participant(fidB));
   ASSERT_TRUE(other.await());
   work();
@@ -136,63 +111,43 @@ TEST_F(TopologyService, TellsOfChanges) {
   EXPECT_EQ(0, other.finish());
   work();
   EXPECT_EQ(3, changes);
-  // An edit in place does not touch the directory.
-  writeFile("topology.json", "{}");
+  writeTopology("{}"); // an edit in place does not touch the directory
   EXPECT_TRUE(eventually([&] { return work(), changes == 4; }));
   EXPECT_EQ(1U, lastList.size());
 }
 
 TEST_F(TopologyService, FaultyFileIsIgnoredAsAWhole) {
-  const std::string good = R"({"fid":")"s + fidB + "\"}";
   const struct {
-    std::string text;
-    const char* fault;
+    const char *text, *fault;
   } rows[] = {
-      {R"({"controllers":[)" + good, "the text is not valid JSON"},
-      {"", "the text is not valid JSON"},
+      {R"({"controllers":[{"fid":"@B"})", "the text is not valid JSON"},
       {"[]", "the text is not an object"},
       {R"("{}")", "the text is not an object"},
-      {R"({"controllers":[)" + good + R"(],"sensors":[]})", "sensors is not a known member"},
+      {R"({"controllers":[{"fid":"@B"}],"sensors":[]})", "sensors is not a known member"},
       {R"({"static":[],"static":[]})", "static occurs twice"},
-      {R"({"controllers":{}})", "controllers is not an array"},
       {R"({"controllers":"[]"})", "controllers is not an array"},
-      {R"({"controllers":[)" + good + R"(,7]})", "controllers[1] is not an object"},
-      {R"({"controllers":[)" + good + R"(,{"name":"x"}]})", "controllers[1].fid is missing"},
+      {R"({"controllers":[{"fid":"@B"},7]})", "controllers[1] is not an object"},
+      {R"({"controllers":[{"fid":"@B"},{"name":"x"}]})", "controllers[1].fid is missing"},
       {R"({"controllers":[{"fid":"VR001"}]})", "controllers[0].fid does not have the 24 characters of an identifier"},
-      {R"({"controllers":[{"fid":"VR001_00002_00000000\"BB"}]})", "controllers[0].fid holds a quote"},
-      {R"({"controllers":[{"fid":")"s + fidB + R"(","name":5}]})", "controllers[0].name is not a text"},
-      {R"({"controllers":[{"fid":")"s + fidB + "\",\"name\":\"a\nb\"}]}",
-       "controllers[0].name holds a control character"},
-      {R"({"controllers":[{"fid":")"s + fidB + R"(","sensors":[{"fid":")" + fidC + R"(","kind":1}]}]})",
+      {R"({"controllers":[{"fid":"@B","name":5}]})", "controllers[0].name is not a text"},
+      {"{\"controllers\":[{\"fid\":\"@B\",\"name\":\"\n\"}]}", "controllers[0].name holds a control character"},
+      {R"({"controllers":[{"fid":"@B","sensors":[{"fid":"@C","kind":1}]}]})",
        "controllers[0].sensors[0].kind is not a known member"},
-      {R"({"controllers":[)" + good + ',' + good + "]}", "VR001_00002_0000000000BB occurs twice"},
-      {R"({"controllers":[)" + good + R"(],"static":[{"fid":")" + fidC + R"("}]})", "static[0].parent is missing"},
-      {R"({"static":[{"parent":")"s + fidB + R"(","fid":")" + fidB + R"("}]})",
-       "VR001_00002_0000000000BB is its own parent"},
+      {R"({"controllers":[{"fid":"@B"},{"fid":"@B"}]})", "VR001_00002_0000000000BB occurs twice"},
+      {R"({"controllers":[{"fid":"@B"}],"static":[{"fid":"@C"}]})", "static[0].parent is missing"},
+      {R"({"static":[{"parent":"@B","fid":"@B"}]})", "VR001_00002_0000000000BB is its own parent"},
   };
   for (const auto& row : rows) {
-    writeFile("topology.json", row.text);
+    writeTopology(row.text);
     start(fidA);
-    EXPECT_EQ((Texts{fidA + "||||online|1"s}), list()) << row.text;
+    EXPECT_EQ(withFids("@A||||online|1\n"), list()) << row.text;
     traced("/topology.json ignored: "s + row.fault);
-    list();
-    EXPECT_EQ("", trace_) << "once";
     std::vector<orvane_parent> statics;
-    EXPECT_FALSE(Topology().get_static_members(statics, ""));
-    std::filesystem::remove(directory_ + "/topology.json");
+    EXPECT_FALSE(Topology().get_static_members(statics, "")) << row.text;
+    EXPECT_EQ("", trace_) << "said once";
+    std::filesystem::remove(path("topology.json"));
     start(fidA);
   }
-}
-
-TEST_F(TopologyService, UnusableDirectoryGivesNoTopology) {
-  std::vector<orvane_parent> parents;
-  ASSERT_TRUE(ovk_local_set_bus_directory((directory_ + "/no/way").c_str()));
-  start(fidA);
-  EXPECT_FALSE(Topology().get_topology(parents));
-  EXPECT_FALSE(Topology().get_static_members(parents, ""));
-  EXPECT_EQ(trace_.find("refused"), trace_.rfind("refused")) << "said once: " << trace_;
-  EXPECT_NE(0, Topology().is_orvane_member(fidA));
-  EXPECT_EQ(0, Topology().set_static_member(fidA, fidB));
 }
 
 } // namespace

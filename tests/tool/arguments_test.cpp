@@ -2,6 +2,7 @@
 
 #include "arguments.h"
 
+#include <functional>
 #include <gtest/gtest.h>
 #include <sstream>
 
@@ -11,94 +12,80 @@
 namespace tool {
 namespace {
 
-template <class Parsed>
-void expectRefused(Parsed (*parse)(const std::string&), const std::string& text) {
-  try {
-    parse(text);
-    ADD_FAILURE() << "'" << text << "' was taken";
-  } catch (const Failure& failure) {
-    EXPECT_EQ(failure.code, Exit_Usage) << text;
-    EXPECT_NE(std::string(failure.what()).find("'" + text.substr(0, 20)), std::string::npos) << failure.what();
-  }
+/// The parsers with their results as text.
+using Parser = std::string (*)(const std::string&);
+
+std::string identifier(const std::string& text) { return requireIdentifier(text), text; }
+std::string area(const std::string& text) { return areaText(parseArea(text)); }
+std::string tag(const std::string& text) { return tagLabel(parseTag(text).tag_type, parseTag(text).tag_num); }
+std::string seconds(const std::string& text) { return std::to_string(parseSeconds(text).count()) + " ms"; }
+std::string assignment(const std::string& text) {
+  const Assignment parsed = parseAssignment(text);
+  std::string result = std::to_string(parsed.start) + "=";
+  for (const uint16_t value : parsed.values) result += (result.back() == '=' ? "" : ",") + std::to_string(value);
+  return result;
 }
 
-TEST(Arguments, Identifiers) {
-  const std::pair<const char*, bool> rows[] = {
-      {"VR017_00042_00A0B1C2D3E4", true},  {"VR017_00042_00a0b1c2d3e4", true},   {"", false},
-      {"VR017_00042_00A0B1C2D3E", false},  {"VR017_00042_00A0B1C2D3E4F", false}, {"VR 17_   42_00A0B1C2D3E4", false},
-      {"vr017_00042_00A0B1C2D3E4", false}, {"VR017-00042_00A0B1C2D3E4", false},  {"VR017_00042_00A0B1C2D3G4", false},
-      {"VR0A7_00042_00A0B1C2D3E4", false},
-  };
-  for (const auto& [text, valid] : rows) EXPECT_EQ(isIdentifier(text), valid) << text;
-}
-
-TEST(Arguments, Areas) {
-  const struct {
-    const char* text;
-    int start, count;
-  } rows[] = {
-      {"100", 100, 1}, {"0x64:0x10", 100, 16}, {"0:1024", 0, 1024}, {"65535", 65535, 1}, {"64512:1024", 64512, 1024}};
-  for (const auto& row : rows) {
-    const Area area = parseArea(row.text);
-    EXPECT_EQ(area.start, row.start) << row.text;
-    EXPECT_EQ(area.count, row.count) << row.text;
-  }
-  for (const char* text : {"", "abc", "-1", "+1", " 1", "1 ", "0x", "1:", ":1", "1:0", "1:1025", "1:-1", "1:2:3",
-                           "65536", "65535:2", "99999999999999999999", "0x1G", "1.5"}) {
-    expectRefused(&parseArea, text);
-  }
-}
-
-TEST(Arguments, Assignments) {
-  const struct {
-    const char* text;
-    int start;
-    std::vector<uint16_t> values;
-  } rows[] = {{"100=1", 100, {1}}, {"0x64=0xFFFF,0,65535", 100, {65535, 0, 65535}}, {"65535=7", 65535, {7}}};
-  for (const auto& row : rows) {
-    const Assignment assignment = parseAssignment(row.text);
-    EXPECT_EQ(assignment.start, row.start) << row.text;
-    EXPECT_EQ(assignment.values, row.values) << row.text;
-  }
-  for (const char* text :
-       {"", "100", "=1", "100=", "100=1,", "100=,1", "100=65536", "100=-1", "x=1", "100=1=2", "65535=1,2", "65536=1"}) {
-    expectRefused(&parseAssignment, text);
-  }
-}
-
-TEST(Arguments, AnAssignmentHoldsAtMost1024Values) {
+/// START=1,1,... with so many values.
+std::string ones(size_t count) {
   std::string text = "0=1";
-  for (int i = 1; i < 1024; ++i) text += ",1";
-  EXPECT_EQ(parseAssignment(text).values.size(), 1024U);
-  expectRefused(&parseAssignment, text + ",1");
+  while (text.size() < 1 + 2 * count) text += ",1";
+  return text;
 }
 
-TEST(Arguments, Tags) {
+TEST(Arguments, AreTaken) {
   const struct {
-    const char* text;
-    int type, number;
-    const char* label;
-  } rows[] = {{"17", DevTag, 17, "port:17"},
-              {"port:0x11", DevTag, 17, "port:17"},
-              {"info:65535", DevInfoTag, 65535, "info:65535"}};
-  for (const auto& row : rows) {
-    const DevTagDevInfoTag tag = parseTag(row.text);
-    EXPECT_EQ(tag.tag_type, row.type) << row.text;
-    EXPECT_EQ(tag.tag_num, row.number) << row.text;
-    EXPECT_EQ(tagLabel(tag.tag_type, tag.tag_num), row.label);
-  }
-  for (const char* text : {"", "port:", "info", "device:1", "PORT:1", "65536", "-1", ":1", "info:1:2"}) {
-    expectRefused(&parseTag, text);
-  }
+    Parser parse;
+    std::string text, result;
+  } rows[] = {
+      {identifier, "VR017_00042_00A0B1C2D3E4", "VR017_00042_00A0B1C2D3E4"},
+      {identifier, "VR017_00042_00a0b1c2d3e4", "VR017_00042_00a0b1c2d3e4"},
+      {area, "100", "100:1"},
+      {area, "0x64:0x10", "100:16"},
+      {area, "0:1024", "0:1024"},
+      {area, "65535", "65535:1"},
+      {area, "64512:1024", "64512:1024"},
+      {assignment, "0x64=0xFFFF,0,65535", "100=65535,0,65535"},
+      {assignment, "65535=7", "65535=7"},
+      {assignment, ones(1024), ones(1024)},
+      {tag, "17", "port:17"},
+      {tag, "port:0x11", "port:17"},
+      {tag, "info:65535", "info:65535"},
+      {seconds, "2", "2000 ms"},
+      {seconds, ".25", "250 ms"},
+      {seconds, "0.001", "1 ms"},
+      {seconds, "86400", "86400000 ms"},
+  };
+  for (const auto& row : rows) EXPECT_EQ(row.parse(row.text), row.result) << row.text;
 }
 
-TEST(Arguments, Seconds) {
-  const std::pair<const char*, int> rows[] = {
-      {"2", 2000}, {"0.5", 500}, {".25", 250}, {"0.001", 1}, {"86400", 86400000}};
-  for (const auto& [text, milliseconds] : rows) EXPECT_EQ(parseSeconds(text).count(), milliseconds) << text;
-  for (const char* text : {"", "0", "-1", "nan", "inf", "1e3", "0,5", "2s", "86401", "0.0001"}) {
-    expectRefused(&parseSeconds, text);
-  }
+TEST(Arguments, AreRefused) {
+  const struct {
+    Parser parse;
+    std::vector<std::string> texts;
+  } rows[] = {
+      {identifier,
+       {"", "VR017_00042_00A0B1C2D3E", "VR017_00042_00A0B1C2D3E4F", "VR 17_   42_00A0B1C2D3E4",
+        "vr017_00042_00A0B1C2D3E4", "VR017-00042_00A0B1C2D3E4", "VR017_00042_00A0B1C2D3G4",
+        "VR0A7_00042_00A0B1C2D3E4"}},
+      {area,
+       {"", "abc", "-1", "+1", " 1", "1 ", "0x", "1:", ":1", "1:0", "1:1025", "1:-1", "1:2:3", "65536", "65535:2",
+        "99999999999999999999", "0x1G", "1.5"}},
+      {assignment,
+       {"", "100", "=1", "100=", "100=1,", "100=,1", "100=65536", "100=-1", "x=1", "100=1=2", "65535=1,2", "65536=1",
+        ones(1025)}},
+      {tag, {"", "port:", "info", "device:1", "PORT:1", "65536", "-1", ":1", "info:1:2"}},
+      {seconds, {"", "0", "-1", "nan", "inf", "1e3", "0,5", "2s", "86401", "0.0001"}},
+  };
+  for (const auto& row : rows)
+    for (const std::string& text : row.texts) {
+      try {
+        ADD_FAILURE() << "'" << text << "' was taken as " << row.parse(text);
+      } catch (const Failure& failure) {
+        EXPECT_EQ(failure.code, Exit_Usage) << text;
+        EXPECT_NE(std::string(failure.what()).find("'" + text.substr(0, 20)), std::string::npos) << failure.what();
+      }
+    }
 }
 
 TEST(Table, ColumnsStandStillWhateverTheCells) {
@@ -107,10 +94,7 @@ TEST(Table, ColumnsStandStillWhateverTheCells) {
   table.row({"\xC3\xA4\xC3\xB6", "7", "x"});
   table.row({"longer than that", "1", ""});
   table.row({"\x1B[2J", "1000", "y"});
-  EXPECT_EQ(out.str(), "name      n  last\n"
-                       "\xC3\xA4\xC3\xB6        7  x\n"
-                       "longer than that    1\n"
-                       "?[2J    1000  y\n");
+  EXPECT_EQ(out.str(), "name      n  last\n\xC3\xA4\xC3\xB6        7  x\nlonger than that    1\n?[2J    1000  y\n");
 }
 
 } // namespace

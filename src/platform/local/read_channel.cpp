@@ -84,10 +84,9 @@ int ReadChannel::read(void* buffer, unsigned size) {
 
 // Fills the list of connections to be emptied; false when there are none.
 bool ReadChannel::look() {
-  if (paused_) acceptOne();
   epoll_event events[mostEvents];
   const int count = uninterrupted([&] { return ::epoll_wait(events_.get(), events, mostEvents, 0); });
-  bool knocking = false;
+  bool knocking = paused_; // perhaps: nothing tells of it
   for (int i = 0; i < count; ++i) {
     if (events[i].data.fd == listener_.get()) {
       knocking = true;

@@ -52,7 +52,8 @@ std::string replaceFile(const BusDirectory& directory, const std::string& text) 
   const int flags = O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC;
   const FileDescriptor file(::openat(directory.descriptor(), newName, flags, S_IRUSR | S_IWUSR));
   if (!file || !writeAll(file.get(), text) || ::fsync(file.get()) != 0) return failure("cannot write");
-  if (::renameat(directory.descriptor(), newName, directory.descriptor(), currentName) != 0)
+  if (::renameat(directory.descriptor(), newName, directory.descriptor(), currentName) != 0 ||
+      ::fsync(directory.descriptor()) != 0) // the name, too, has to survive a loss of power
     return failure("cannot replace");
   return {};
 }

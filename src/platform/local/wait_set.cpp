@@ -1,10 +1,12 @@
 // One descriptor to wait on for all channels.
 //
-// It may be asked for before any channel exists and must stay the same, so it is made at first use and never closed.
+// It may be asked for before any channel exists and must stay the same, so it is made at first use and never closed. A
+// forked child gets its own: in that of its parent, its messages would wake the parent.
 
 #include "platform/local/wait_set.h"
 
 #include <sys/epoll.h>
+#include <unistd.h>
 
 #include "ovk/local_platform.h"
 
@@ -12,8 +14,10 @@ namespace ovk::local {
 
 int waitDescriptor() {
   static int descriptor = -1;
-  if (descriptor < 0) descriptor = ::epoll_create1(EPOLL_CLOEXEC);
-  return descriptor;
+  static pid_t owner = 0;
+  if (descriptor >= 0 && owner == ::getpid()) return descriptor;
+  owner = ::getpid();
+  return descriptor = ::epoll_create1(EPOLL_CLOEXEC);
 }
 
 bool watch(int descriptor) {
