@@ -5,6 +5,7 @@
 
 #include "core/receive_loop.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "callback/callback_data.h"
@@ -38,13 +39,14 @@ void processOne(const char* message, int length) {
   OVK_TRACE_AS(loop, traceError, "processReceivedMessage returns %d\n", result);
 }
 
+// The buffer is zero-filled, and is so again afterwards.
 void drain(int channel, const char* channelName, char* buffer) {
   for (;;) {
-    std::memset(buffer, 0, receiveBufferSize);
     const int length = readTransferChannel(channel, buffer, receiveBufferSize);
     if (length <= 0) return;
     OVK_TRACE_AS(loop, traceProgress, "readTransferChannel(%s) returned %d bytes\n", channelName, length);
     processOne(buffer, length);
+    std::memset(buffer, 0, static_cast<std::size_t>(std::min(length, receiveBufferSize)));
   }
 }
 

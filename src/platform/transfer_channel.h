@@ -17,7 +17,7 @@ enum TransferChannelRole : int { transferChannelWritten = 1, transferChannelRead
 /// @return negative when the channel could not be created.
 int createTransferChannel(int index, int role);
 
-/// Copies the next message of the channel into the buffer; never waits.
+/// Copies the next message of the channel into the buffer and writes nothing behind it; never waits.
 /// @return its length in bytes; 0 or negative when there is none.
 int readTransferChannel(int index, void* buffer, unsigned size);
 

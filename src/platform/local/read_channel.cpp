@@ -9,6 +9,7 @@
 #include <poll.h>
 #include <sys/epoll.h>
 #include <sys/ioctl.h>
+#include <utility>
 
 #include "platform/local/socket_address.h"
 #include "platform/local/trace.h"
@@ -75,26 +76,28 @@ ReadChannel::~ReadChannel() {
 
 int ReadChannel::read(void* buffer, unsigned size) {
   for (;;) {
-    if (ready_.empty() && !look()) return 0;
+    if (ready_.empty() && (std::exchange(emptied_, false) || !look())) return 0;
     const int length = receive(ready_.front(), buffer, size);
     if (length > 0) return length;
     ready_.pop_front();
+    emptied_ = ready_.empty() && !knocked_;
   }
 }
 
 // Fills the list of connections to be emptied; false when there are none.
 bool ReadChannel::look() {
+  if (paused_) acceptOne();
   epoll_event events[mostEvents];
   const int count = uninterrupted([&] { return ::epoll_wait(events_.get(), events, mostEvents, 0); });
-  bool knocking = paused_; // perhaps: nothing tells of it
+  knocked_ = false;
   for (int i = 0; i < count; ++i) {
     if (events[i].data.fd == listener_.get()) {
-      knocking = true;
+      knocked_ = true;
     } else {
       ready_.push_back(events[i].data.fd);
     }
   }
-  if (knocking) acceptOne();
+  if (knocked_) acceptOne();
   return !ready_.empty();
 }
 
