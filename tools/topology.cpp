@@ -99,10 +99,11 @@ void addTopologyCommand(CLI::App& app, Action& chosen) {
                                  R"(  ovk topology
   ovk topology --static VR017_00042_00A0B1C2D3E4)");
   const auto arguments = std::make_shared<Arguments>();
-  command->add_option("--static", arguments->selector, "List static devices only; of one controller, or of all")
-      ->expected(0, 1)
-      ->type_name("[CONTROLLER]")
-      ->each([arguments](const std::string&) { arguments->listStatic = true; });
+  const CLI::Option* onlyStatic =
+      command->add_option("--static", arguments->selector, "List static devices only; of one controller, or of all")
+          ->expected(0, 1)
+          ->type_name("[CONTROLLER]");
+  command->parse_complete_callback([=] { arguments->listStatic = onlyStatic->count() > 0; });
   choose(command, arguments, chosen, &list);
 
   CLI::App* adding = addEditCommand(*command, arguments, "add", "Add a static device or change its name",

@@ -133,6 +133,9 @@ check 3 "on demand" read $pump 100
 check 5 "could not be read \(counter 68\)" info $pump --timeout 0.5
 stop INT "^3 requests: 1 answered, 2 refused, 0 dropped, 0 not sent$"
 check 7 "is it running" read $pump 100 # still known: a static device stands below it
+echo "{" >"$work/bus/topology.json"
+check 0 "^identifier" topology
+check 1 "static devices could not be read .*not valid JSON" topology --static
 
 left=$(find "$work/bus" -type f ! -name "topology*" -o -type s)
 [ -z "$left" ] || fail "left behind: $left"
