@@ -1,24 +1,14 @@
-#!/bin/bash
+#!/usr/bin/env bash
 # Shows the whole system on one machine: a simulated pump controller with two sensors below it, asked by the tool.
-# Installs what is missing (Debian packages, as root or with sudo), builds in build/demo, and uses a bus of its own
+# Installs what is missing (Debian packages, as root or with sudo), builds in build/release, and uses a bus of its own
 # that is gone afterwards. Each command stands before its output; a step that ends unexpectedly ends the demo.
 set -euo pipefail
 cd "$(dirname "$0")"
 
-packages=()
-for package in g++ cmake make libcli11-dev nlohmann-json3-dev; do
-  dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q "ok installed" || packages+=("$package")
-done
-if [ ${#packages[@]} -gt 0 ]; then
-  echo "Installing ${packages[*]} ..."
-  [ "$(id -u)" = 0 ] && root=() || root=(sudo)
-  "${root[@]}" apt-get -qq update
-  "${root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -qq install --no-install-recommends "${packages[@]}" >/dev/null
-fi
-
-echo "Building ..."
-cmake -S . -B build/demo -DOVK_BUILD_TESTS=OFF -DOVK_BUILD_EXAMPLES=OFF >/dev/null
-cmake --build build/demo --target ovk_tool -j "$(nproc)" >/dev/null
+scripts/need g++ cmake ninja-build libcli11-dev nlohmann-json3-dev
+echo "building ..."
+cmake --preset release >/dev/null
+cmake --build --preset release --target ovk_tool >/dev/null
 
 bus=$(mktemp -d)
 simulation=
@@ -28,7 +18,7 @@ cleanup() {
 }
 trap cleanup EXIT
 
-ovk() { build/demo/bin/ovk --bus "$bus/bus" "$@"; }
+ovk() { build/release/bin/ovk --bus "$bus/bus" "$@"; }
 
 # show TEXT EXPECTED-EXIT-CODE ARGUMENT...
 show() {
@@ -58,7 +48,7 @@ show "The second one" 0 topology add $pump $silent "inlet pressure"
 printf '\n# The controller and its sensors, simulated in the background\n'
 echo "\$ ovk sim --id $pump examples/devices/*.json &"
 mkfifo "$bus/ready"
-build/demo/bin/ovk --bus "$bus/bus" sim --id $pump examples/devices/*.json >"$bus/ready" 2>"$bus/log" &
+build/release/bin/ovk --bus "$bus/bus" sim --id $pump examples/devices/*.json >"$bus/ready" 2>"$bus/log" &
 simulation=$!
 exec 3<"$bus/ready"
 for _ in 1 2 3; do

@@ -27,11 +27,13 @@ int onAnswer(void* data, unsigned /*length*/) {
 int main(int /*argc*/, char* argv[]) {
   device = argv[1];
   ovk_Init(true, "VR001_00001_0000000000C1", nullptr, nullptr, nullptr);
-  ovk_RegisterForService(ovk_Service_RegisterReadClient, reinterpret_cast<void*>(onAnswer), nullptr, nullptr, nullptr);
-  const unsigned status = ovk_ReadRegisters(device, "read-1", 100, 4, -1, 0);
+  unsigned status = ovk_RegisterForService(ovk_Service_RegisterReadClient, reinterpret_cast<void*>(onAnswer), nullptr,
+                                           nullptr, nullptr);
+  if (status == ovk_Status_Done) status = ovk_ReadRegisters(device, "read-1", 100, 4, -1, 0);
   if (status != ovk_Status_Done) std::printf("not sent: status %u\n", status);
   pollfd wait = {ovk_local_wait_descriptor(), POLLIN, 0};
   while (status == ovk_Status_Done && !answered && poll(&wait, 1, 2000) > 0) ovk_DoWork(nullptr, nullptr, nullptr);
+  if (status == ovk_Status_Done && !answered) std::printf("no answer\n");
   ovk_QMXBusShutdown();
   return answered ? 0 : 1;
 }

@@ -43,7 +43,8 @@ void showCounters(const BusOptions& bus, const std::string& fid) {
 } // namespace
 
 void addCountersCommand(CLI::App& app, Action& chosen) {
-  CLI::App* command = addCommand(app, "counters", "Show the bus counters of a running participant");
+  CLI::App* command = addCommand(app, "counters", "Show the bus counters of a running participant",
+                                 "  ovk counters VR017_00042_00A0B1C2D3E4");
   const auto fid = std::make_shared<std::string>();
   command->add_option("FID", *fid, "Identifier of the controller")->required();
   command->callback([=, &chosen] { chosen = [=](const BusOptions& bus) { showCounters(bus, *fid); }; });

@@ -39,7 +39,7 @@ void readInfo(const BusOptions& bus, const std::string& fid) {
 } // namespace
 
 void addInfoCommand(CLI::App& app, Action& chosen) {
-  CLI::App* command = addCommand(app, "info", "Read a device's register layout");
+  CLI::App* command = addCommand(app, "info", "Read a device's register layout", "  ovk info VR017_00042_00A0B1C2D3E4");
   const auto fid = std::make_shared<std::string>();
   command->add_option("FID", *fid, "Identifier of the device")->required();
   command->callback([=, &chosen] { chosen = [=](const BusOptions& bus) { readInfo(bus, *fid); }; });

@@ -6,12 +6,11 @@
 #include "json_member.h"
 
 #include <algorithm>
-#include <fstream>
 #include <set>
-#include <sstream>
 
 #include "arguments.h"
 #include "failure.h"
+#include "file_content.h"
 
 namespace tool {
 namespace {
@@ -31,14 +30,6 @@ std::string complaint(const std::string& what) {
   const size_t position = what.find("column ");
   const size_t colon = what.find(": ", position == std::string::npos ? 0 : position);
   return printable(colon == std::string::npos ? what : what.substr(colon + 2));
-}
-
-std::string contentOf(const std::string& file) {
-  std::ifstream stream(file, std::ios::binary);
-  std::ostringstream text;
-  if (!stream) throw Failure(Exit_Other, file + ": cannot be opened; check the path");
-  if (!(text << stream.rdbuf())) throw Failure(Exit_Other, file + ": cannot be read, or is empty");
-  return text.str();
 }
 
 /// Watches the parser for a second member of the same name, of which it would silently take the last.

@@ -17,9 +17,14 @@
 namespace tool {
 namespace {
 
-constexpr const char* kExitCodes = R"(Exit codes: 0 done, 1 other (unusable file or answer, output not written),
+constexpr const char* kFooter = R"(Exit codes: 0 done, 1 other (unusable file or answer, output not written),
 2 usage or invalid identifier, 3 the device refused, 4 not in the topology,
-5 no answer in time, 7 could not be sent, 8 the bus could not be opened.)";
+5 no answer in time, 7 could not be sent, 8 the bus could not be opened.
+
+Examples:
+  ovk topology
+  ovk read VR017_00042_00A0B1C2D3E4 100:4
+  ovk sim --help)";
 
 /// An identifier that no other process has: the process number for the eye, random digits against chance.
 std::string ownIdentifier() {
@@ -39,8 +44,32 @@ void addSharedOptions(CLI::App& app, SharedOptions& shared) {
   app.add_option("--bus", shared.bus.directory, "Bus directory; default: one of your own in /tmp")->type_name("DIR");
   app.add_option("--id", shared.bus.id, "Own identifier; default: one made for this process")->type_name("FID");
   app.add_option("--timeout", shared.timeout, "Time to wait for an answer; default: 2")->type_name("SEC");
-  app.add_flag("-v,--verbose", shared.bus.verbose, "Trace on stderr; twice: whole messages too");
+  app.add_flag("-v,--verbose", shared.bus.verbose, "Trace on stderr; -vv adds messages sent");
   app.set_version_flag("--version", "ovk " OVK_VERSION);
+}
+
+void styleHelp(CLI::App& app) {
+  const auto formatter = app.get_formatter();
+  formatter->column_width(22);
+  // The usage line tells already what is required and what may be repeated.
+  for (const char* label : {"TEXT", "REQUIRED"}) formatter->label(label, "");
+  app.footer(kFooter);
+}
+
+/// The parser's complaint, or a better one when no command was recognised; and where the help to it is.
+std::string usageComplaint(const CLI::App& app, const CLI::ParseError& error) {
+  std::string place = "ovk";
+  const CLI::App* command = &app;
+  while (!command->get_subcommands().empty()) {
+    command = command->get_subcommands().front();
+    place += " " + command->get_name();
+  }
+  std::string text = error.what();
+  if (command == &app && dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
+    const std::vector<std::string> unknown = app.remaining();
+    text = unknown.empty() ? "no command given" : "'" + unknown.front() + "' is not a command or option";
+  }
+  return printable(text) + "; see '" + place + " --help'";
 }
 
 BusOptions checked(SharedOptions& shared, bool idGiven) {
@@ -53,9 +82,10 @@ BusOptions checked(SharedOptions& shared, bool idGiven) {
 
 } // namespace
 
-CLI::App* addCommand(CLI::App& app, const char* name, const char* description) {
+CLI::App* addCommand(CLI::App& app, const char* name, const char* description, const std::string& examples) {
   CLI::App* command = app.add_subcommand(name, description);
   command->fallthrough();
+  command->footer("Options of every command, and exit codes: ovk --help\n\nExamples:\n" + examples);
   return command;
 }
 
@@ -65,7 +95,7 @@ CommandLine parseCommandLine(int argc, const char* const* argv) {
   Action chosen;
   addSharedOptions(app, shared);
   app.require_subcommand(1);
-  app.footer(kExitCodes);
+  styleHelp(app);
   for (const auto add : {addSimCommand, addReadCommand, addWriteCommand, addTagsCommand, addInfoCommand,
                          addTopologyCommand, addCountersCommand}) {
     add(app, chosen);
@@ -73,7 +103,7 @@ CommandLine parseCommandLine(int argc, const char* const* argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() != 0) throw Failure(Exit_Usage, std::string(error.what()) + "; see 'ovk --help'");
+    if (error.get_exit_code() != 0) throw Failure(Exit_Usage, usageComplaint(app, error));
     app.exit(error);
     return {};
   }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <string>
 
 #include "session.h"
 
@@ -30,7 +31,8 @@ void addInfoCommand(CLI::App& app, Action& chosen);
 void addTopologyCommand(CLI::App& app, Action& chosen);
 void addCountersCommand(CLI::App& app, Action& chosen);
 
-/// A new subcommand of `app`, with which options of `app` may follow the subcommand's name too.
-CLI::App* addCommand(CLI::App& app, const char* name, const char* description);
+/// A new subcommand of `app`, with which options of `app` may follow the subcommand's name too. Its help ends with
+/// `examples`, a line each.
+CLI::App* addCommand(CLI::App& app, const char* name, const char* description, const std::string& examples);
 
 } // namespace tool

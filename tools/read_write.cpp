@@ -23,7 +23,7 @@ struct Arguments {
 template <class Parsed>
 std::vector<Parsed> parseAll(const Arguments& arguments, Parsed (*parse)(const std::string&)) {
   requireIdentifier(arguments.fid);
-  if (arguments.areas.size() > 2) throw Failure(Exit_Usage, "a request has at most two areas; send a second one");
+  if (arguments.areas.size() > 2) throw Failure(Exit_Usage, "a request has at most two areas; split it");
   std::vector<Parsed> parsed;
   for (const std::string& text : arguments.areas) parsed.push_back(parse(text));
   return parsed;
@@ -97,8 +97,8 @@ void write(const BusOptions& bus, const Arguments& arguments) {
 }
 
 void addAreaCommand(CLI::App& app, Action& chosen, const char* name, const char* description, const char* areaHelp,
-                    void (*run)(const BusOptions&, const Arguments&)) {
-  CLI::App* command = addCommand(app, name, description);
+                    const char* examples, void (*run)(const BusOptions&, const Arguments&)) {
+  CLI::App* command = addCommand(app, name, description, examples);
   const auto arguments = std::make_shared<Arguments>();
   command->add_option("FID", arguments->fid, "Identifier of the device")->required();
   command->add_option("AREA", arguments->areas, areaHelp)->required();
@@ -109,12 +109,17 @@ void addAreaCommand(CLI::App& app, Action& chosen, const char* name, const char*
 
 void addReadCommand(CLI::App& app, Action& chosen) {
   addAreaCommand(app, chosen, "read", "Read one or two areas of registers",
-                 "START[:COUNT], decimal or 0x hexadecimal, 1 to 1024 registers; at most two", &read);
+                 "START[:COUNT], up to 1024 registers; at most two", R"(  ovk read VR017_00042_00A0B1C2D3E4 100:4
+  ovk read VR017_00042_00A0B1C2D3E4 0x64 1000:10 --timeout 5)",
+                 &read);
 }
 
 void addWriteCommand(CLI::App& app, Action& chosen) {
   addAreaCommand(app, chosen, "write", "Write one or two areas of registers",
-                 "START=VALUE[,VALUE]..., decimal or 0x hexadecimal, 1 to 1024 values; at most two", &write);
+                 "START=VALUE[,VALUE]..., up to 1024 values; at most two",
+                 R"(  ovk write VR017_00042_00A0B1C2D3E4 102=1500,60
+  ovk write VR017_00042_00A0B1C2D3E4 102=1500 0x3E8=0x2A)",
+                 &write);
 }
 
 } // namespace tool

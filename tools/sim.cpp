@@ -119,13 +119,16 @@ void simulate(BusOptions bus, const Arguments& arguments) {
 } // namespace
 
 void addSimCommand(CLI::App& app, Action& chosen) {
-  CLI::App* command = addCommand(app, "sim", "Simulate the devices described in files, until SIGINT or SIGTERM");
+  CLI::App* command = addCommand(app, "sim", "Simulate the devices in files, until SIGINT or SIGTERM",
+                                 R"(  ovk sim examples/devices/pump-controller.json
+  ovk sim --id VR017_00042_00A0B1C2D3E4 examples/devices/*.json
+  ovk sim --check my-device.json
+What a device file holds: docs/files.md)");
   const auto arguments = std::make_shared<Arguments>();
-  command->add_option("FILE", arguments->files, "Device files; several are devices of the controller named by --id")
-      ->required();
+  command->add_option("FILE", arguments->files, "Device files; several: devices of the controller --id")->required();
   command->add_flag("--check", arguments->checkOnly, "Only check the files");
   const auto fault = [&](const char* name, std::optional<int>& value, int most, const char* description) {
-    command->add_option(name, value, description)->check(CLI::Range(0, most))->type_name("N");
+    command->add_option(name, value, description)->check(CLI::Range(0, most).description(""))->type_name("N");
   };
   fault("--delay-ms", arguments->delayMs, 3600000, "Answer after N milliseconds");
   fault("--drop-every", arguments->dropEvery, 1000000000, "Leave each Nth request without an answer");

@@ -6,12 +6,11 @@
 #include <CLI/CLI.hpp>
 #include <charconv>
 #include <cstring>
-#include <fstream>
 #include <iostream>
-#include <sstream>
 
 #include "arguments.h"
 #include "failure.h"
+#include "file_content.h"
 #include "options.h"
 #include "ovk/local_platform.h"
 #include "table.h"
@@ -29,13 +28,6 @@ struct Request {
   std::string fid;
   std::vector<DevTagDevInfoTag> tags;
 };
-
-std::string contentOf(const std::string& file) {
-  std::ifstream stream(file, std::ios::binary);
-  std::ostringstream text;
-  if (!stream || !(text << stream.rdbuf())) throw Failure(Exit_Other, file + ": cannot be read, or is empty");
-  return text.str();
-}
 
 void addConfigured(std::vector<Request>& requests, const std::string& file) {
   DevTagDevInfoTag tag{};
@@ -136,11 +128,13 @@ void readTags(const BusOptions& bus, const Arguments& arguments) {
 } // namespace
 
 void addTagsCommand(CLI::App& app, Action& chosen) {
-  CLI::App* command = addCommand(app, "tags", "Read tag values");
+  CLI::App* command = addCommand(app, "tags", "Read tag values",
+                                 R"(  ovk tags VR017_00042_00A0B1C2D3E4 17 port:18 info:3
+  ovk tags --config examples/tags/level.json)");
   const auto arguments = std::make_shared<Arguments>();
   command->add_option("FID", arguments->fid, "Identifier of the device");
-  command->add_option("TAG", arguments->tags, "N or port:N for a port's tag, info:N for a device information tag");
-  command->add_option("--config", arguments->configs, "Configuration items that name device and tag, instead of both")
+  command->add_option("TAG", arguments->tags, "N or port:N: a port's tag; info:N: device information");
+  command->add_option("--config", arguments->configs, "Configuration items, which name device and tag")
       ->type_name("FILE");
   command->callback([=, &chosen] { chosen = [=](const BusOptions& bus) { readTags(bus, *arguments); }; });
 }

@@ -89,8 +89,8 @@ void choose(CLI::App* command, const std::shared_ptr<Arguments>& arguments, Acti
 }
 
 CLI::App* addEditCommand(CLI::App& topology, const std::shared_ptr<Arguments>& arguments, const char* name,
-                         const char* description) {
-  CLI::App* command = addCommand(topology, name, description);
+                         const char* description, const char* example) {
+  CLI::App* command = addCommand(topology, name, description, example);
   command->add_option("PARENT", arguments->parent, "Identifier of the controller")->required();
   command->add_option("FID", arguments->fid, "Identifier of the device below it")->required();
   return command;
@@ -99,7 +99,9 @@ CLI::App* addEditCommand(CLI::App& topology, const std::shared_ptr<Arguments>& a
 } // namespace
 
 void addTopologyCommand(CLI::App& app, Action& chosen) {
-  CLI::App* command = addCommand(app, "topology", "List who is on the bus; edit the list of static devices");
+  CLI::App* command = addCommand(app, "topology", "List who is on the bus; edit the list of static devices",
+                                 R"(  ovk topology
+  ovk topology --static VR017_00042_00A0B1C2D3E4)");
   const auto arguments = std::make_shared<Arguments>();
   const auto selectStatic = [arguments](const std::string& selector) {
     arguments->listStatic = true;
@@ -112,10 +114,13 @@ void addTopologyCommand(CLI::App& app, Action& chosen) {
       ->type_name("[CONTROLLER]");
   choose(command, arguments, chosen, &list);
 
-  CLI::App* adding = addEditCommand(*command, arguments, "add", "Add a static device or change its name");
+  CLI::App* adding = addEditCommand(*command, arguments, "add", "Add a static device or change its name",
+                                    "  ovk topology add VR017_00042_00A0B1C2D3E4 VR101_10017_00000000A1B2 tank");
   adding->add_option("NAME", arguments->name, "Name of the device");
   choose(adding, arguments, chosen, &add);
-  choose(addEditCommand(*command, arguments, "remove", "Remove a static device"), arguments, chosen, &remove);
+  CLI::App* removing = addEditCommand(*command, arguments, "remove", "Remove a static device",
+                                      "  ovk topology remove VR017_00042_00A0B1C2D3E4 VR101_10017_00000000A1B2");
+  choose(removing, arguments, chosen, &remove);
 }
 
 } // namespace tool

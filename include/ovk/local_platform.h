@@ -74,8 +74,8 @@ OVK_API bool ovk_local_set_bus_directory(const char* path);
 /// @return the bus directory chosen, as an absolute path.
 OVK_API std::string ovk_local_bus_directory();
 
-/// Chooses which trace lines are written: those of this level and below. 2 (errors) unless called; 6 adds progress and
-/// values, 7 whole messages, a negative level silences everything.
+/// Chooses which trace lines are written: those of this level and below. 2 (errors) unless called; 6 adds progress,
+/// values and received messages, 7 sent ones; a negative level silences everything.
 OVK_API void ovk_local_set_trace_threshold(int level);
 
 /// Takes trace lines. `line` has no line feed at its end, but may hold some; it is followed by a NUL and is gone after

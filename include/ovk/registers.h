@@ -45,8 +45,7 @@ OVK_API unsigned ovk_ReadRegisters(const char* fusionIdDst, const char* refId, i
 /// @param startRegister1   address of the first register, 0 or more.
 /// @param pStartRegister1  `numberRegisters1` values.
 /// @param numberRegisters1 registers, not bytes; at least 1. More than 1024 are sent, but reach the server's callback
-/// as
-///                         count -1.
+///                         as count -1.
 /// @param startRegister2   second area; left out when negative.
 /// @param pStartRegister2  `numberRegisters2` values; not looked at when the area is left out.
 /// @param numberRegisters2 likewise: left out when less than 1.

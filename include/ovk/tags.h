@@ -49,8 +49,7 @@ using TagItem_t = _TagItem_t;
 /// @param tagConfig      the configuration item.
 /// @param tag            receives the selector on status 0. The number is cut to its low 16 bits.
 /// @param fusionIdReturn receives the device's fusion identifier (not checked beyond its 24 characters) as soon as it
-/// was
-///                       found: on status 0, and also when the tag is missing or not a number.
+///                       was found: on status 0, and also when the tag is missing or not a number.
 /// @return 0 taken; 2 text empty, no "telegram", no "fid" or a longer one, no tag, or tag not a number; 7 "telegram" is
 ///         empty.
 OVK_API unsigned int getTagFromConfig(std::string tagConfig, DevTagDevInfoTag& tag, std::string& fusionIdReturn);
@@ -73,15 +72,13 @@ OVK_API unsigned int ovk_ReadTags(std::string fusionIdDst, std::string refId, st
 /// @param fusionIdSrc the participant that answers (`dstFid` of the request's record).
 /// @param refId       the request's reference.
 /// @param numTags     number of items.
-/// @param items       the items, never changed; not read when `numTags` is 0. A failed answer may leave them null and
-/// then
-///                    carries none.
+/// @param items       the items, never changed; not read when `numTags` is 0. A failed answer may leave them null
+///                    and then carries none.
 /// @param success     whether the request could be served.
 /// @param ErrReason   reason of a failure, at most 80 characters without '"' or '\'. Always give one: an answer without
-/// it
-///                    is sent (status 0), but never reaches the requester's callback.
+///                    it is sent (status 0), but never reaches the requester's callback.
 /// @return 0 written; 2 a text null or an identifier empty, items of a successful answer null, or own identifier or the
-/// source's parent
-///         unknown to the topology service; 7 channel refused the message. On any status but 0 nothing was written.
+///         source's parent unknown to the topology service; 7 channel refused the message. On any status but 0 nothing
+///         was written.
 OVK_API unsigned int ovk_serveReadTag(const char* fusionIdDst, const char* fusionIdSrc, const char* refId,
                                       unsigned int numTags, _TagItem_t* items, bool success, const char* ErrReason);

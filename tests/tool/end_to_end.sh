@@ -61,15 +61,24 @@ check 2 "'VR1' is not an identifier" --id VR1 read $pump 100
 check 2 "'' is not an identifier" --id "" topology
 check 2 "1 to 1024" read $pump 100:1025
 check 2 "two areas" read $pump 1 2 3
-check 2 "see 'ovk --help'" read
-check 2 "see 'ovk --help'" frobnicate
+check 2 "FID is required; see 'ovk read --help'" read
+check 2 "PARENT is required; see 'ovk topology add --help'" topology add
+check 2 "'frobnicate' is not a command or option; see 'ovk --help'" frobnicate
+check 2 "no command given"
+check 2 "1 required SEC missing" --timeout
 check 2 "needs? a controller" sim "$devices/pump-controller.json" "$devices/level-sensor.json"
 check 2 "either FID" tags $pump 17 --config "$devices/../tags/level.json"
 check 1 "telegram" tags --config "$devices/level-sensor.json"
 check 0 "Exit codes" --help
-check 0 "START" read --help
+for command in sim read write tags info topology "topology add" "topology remove" counters; do
+  check 0 "^  ovk $command" $command --help
+  awk 'length > 80' "$work/out" | grep . && fail "'$command --help' is wider than 80 columns"
+done
 check 0 "^ovk [0-9]+\." --version
 check 0 "pump-controller.json: good" sim --check "$devices"/*.json
+check 1 "^ovk: $work/none: No such file or directory$" sim "$work/none"
+check 1 "^ovk: $work: Is a directory$" tags --config "$work"
+check 1 "^ovk: /dev/null: is empty$" sim --check /dev/null
 check 1 "already the device" sim --check "$devices/level-sensor.json" "$devices/level-sensor.json"
 check 4 "known: nobody" read $pump 100
 : >"$work/file"
@@ -124,6 +133,9 @@ check 3 "on demand" read $pump 100
 check 5 "could not be read \(counter 68\)" info $pump --timeout 0.5
 stop INT "^3 requests: 1 answered, 2 refused, 0 dropped, 0 not sent$"
 check 7 "is it running" read $pump 100 # still known: a static device stands below it
+echo "{" >"$work/bus/topology.json"
+check 0 "^identifier" topology
+check 1 "static devices could not be read .*not valid JSON" topology --static
 
 left=$(find "$work/bus" -type f ! -name "topology*" -o -type s)
 [ -z "$left" ] || fail "left behind: $left"
