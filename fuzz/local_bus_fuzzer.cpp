@@ -1,0 +1,93 @@
+// What a foreign process of the same user may do to the bundled bus: any bytes as topology.json, any bytes at a channel.
+// The first byte says which.
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "check.h"
+#include "ovk/local_platform.h"
+#include "ovk/ovk.h"
+#include "platform/local/bus_directory.h"
+#include "platform/local/file_names.h"
+#include "platform/local/socket_address.h"
+#include "platform/local/topology_text.h"
+#include "platform/topology.h"
+#include "platform/transfer_channel.h"
+
+namespace {
+
+using fuzz::check;
+
+constexpr const char* ownFid = "VR001_00001_0000000000A1";
+
+class Bus {
+public:
+  Bus() {
+    std::string directory = (std::filesystem::temp_directory_path() / "ovk-fuzz-XXXXXX").string();
+    check(::mkdtemp(directory.data()) != nullptr, "a directory can be made");
+    ovk_local_set_bus_directory(directory.c_str());
+    ovk_local_set_trace_threshold(-1);
+    ovk_Init(true, ownFid, nullptr, nullptr, nullptr);
+    const auto callback = +[](void* /*record*/, unsigned /*length*/) { return 0; };
+    for (int service = 0; service < 8; ++service) {
+      ovk_RegisterForService(static_cast<ovk_Service_t>(service), reinterpret_cast<void*>(callback), nullptr, nullptr,
+                             nullptr);
+    }
+  }
+  Bus(const Bus&) = delete;
+  Bus& operator=(const Bus&) = delete;
+  ~Bus() {
+    ovk_QMXBusShutdown();
+    std::error_code ignored;
+    std::filesystem::remove_all(ovk_local_bus_directory(), ignored);
+  }
+};
+
+// A file that can be read is written again unchanged in what it says.
+void readFile(const std::string& text) {
+  ovk::local::TopologyConfig config;
+  std::string fault;
+  if (!ovk::local::parseTopology(text, config, fault)) {
+    check(!fault.empty(), "a fault is named");
+    return;
+  }
+  ovk::local::TopologyConfig again;
+  const std::string formatted = formatTopology(config);
+  check(ovk::local::parseTopology(formatted, again, fault), "what is written can be read");
+  check(formatTopology(again) == formatted, "and says the same");
+}
+
+void useFile(const std::string& text) {
+  std::ofstream(ovk_local_bus_directory() + "/topology.json", std::ios::binary) << text;
+  std::vector<ovk_topology_controller_t> list;
+  ovk_topology_get_list(list);
+  check(ovk_topology_is_orvane_device(ownFid) != 0, "the own controller is known, whatever the file says");
+}
+
+void throwAt(int channel, const std::string& bytes) {
+  const auto directory = ovk::local::busDirectory();
+  sockaddr_un address;
+  const std::string name = ovk::local::fileName(ownFid, ovk::local::socketSuffix(channel));
+  check(directory && ovk::local::makeSocketAddress(directory->pathOf(name), address), "the socket has a name");
+  const ovk::local::FileDescriptor stranger(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
+  check(::connect(stranger.get(), ovk::local::asGeneric(address), sizeof address) == 0, "the channel listens");
+  ::send(stranger.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  static const Bus bus;
+  if (size == 0) return 0;
+  const std::string rest(reinterpret_cast<const char*>(data) + 1, size - 1);
+  switch (data[0] % 4) {
+  case 0: readFile(rest); break;
+  case 1: useFile(rest); break;
+  default: throwAt(data[0] % 4 - 1, rest);
+  }
+  ovk_DoWork(nullptr, nullptr, nullptr);
+  return 0;
+}
