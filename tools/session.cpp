@@ -70,7 +70,7 @@ void Session::registerService(ovk_Service_t service, ovk_ServiceCallback_t callb
   throw Failure(Exit_NoBus, "the bus in " + ovk_local_bus_directory() + " could not be opened as " + opts.id + why());
 }
 
-std::vector<ovk_topology_controller_t> Session::topology() {
+std::vector<ovk_topology_controller_t> Session::topology() const {
   std::vector<ovk_topology_controller_t> controllers;
   if (!ovk_topology_get_list(controllers)) {
     throw Failure(Exit_NoBus, "the topology of " + ovk_local_bus_directory() + " could not be read" + why());
@@ -83,7 +83,7 @@ std::vector<ovk_topology_controller_t> Session::topology() {
   return others;
 }
 
-void Session::requireKnown(const std::string& fid) {
+void Session::requireKnown(const std::string& fid) const {
   if (ovk_topology_is_orvane_device(fid) != 0) return;
   throw Failure(Exit_Unknown, fid + " is not on the bus in " + ovk_local_bus_directory() + " (known: " +
                                   listOf(topology()) + "); start it, for instance with 'ovk sim FILE'" + why());
