@@ -97,8 +97,6 @@ private:
   [[noreturn]] void failSilent(const Reply& reply, const std::vector<uint32_t>& errorsBefore) const;
   std::vector<uint32_t> errorCounters() const;
   std::string nextReference();
-  /// Forgets what the bus said about earlier attempts.
-  void tryAnew() { firstTrace.clear(); }
   static void keepTrace(const char* line, unsigned length, void* session);
 
   BusOptions opts;

@@ -107,6 +107,7 @@ grep -q $level "$work/out" && fail "a configured sensor is listed as a static de
 echo '{"static": [{"parent": 1}]}' >"$bus/topology.json"
 check 1 "static\[0\].parent is not a text" topology --static
 check 1 "static\[0\].parent is not a text" topology add $pump $silent
+check 4 "static\[0\].parent is not a text" read $pump 100
 
 bus=$work/bus
 check 4 "known: nobody" read $pump 100
