@@ -63,14 +63,16 @@ Session::~Session() {
 }
 
 void Session::registerService(ovk_Service_t service, ovk_ServiceCallback_t callback, void* receiver) {
-  tryAnew();
+  std::string before; // a fault in topology.json is told only once, and still of interest
+  before.swap(firstTrace);
   const unsigned status =
       ovk_RegisterForService(service, reinterpret_cast<void*>(callback), receiver, nullptr, nullptr);
+  if (firstTrace.empty()) firstTrace.swap(before);
   if (status == ovk_Status_Done) return;
   throw Failure(Exit_NoBus, "the bus in " + ovk_local_bus_directory() + " could not be opened as " + opts.id + why());
 }
 
-std::vector<ovk_topology_controller_t> Session::topology() {
+std::vector<ovk_topology_controller_t> Session::topology() const {
   std::vector<ovk_topology_controller_t> controllers;
   if (!ovk_topology_get_list(controllers)) {
     throw Failure(Exit_NoBus, "the topology of " + ovk_local_bus_directory() + " could not be read" + why());
@@ -83,7 +85,7 @@ std::vector<ovk_topology_controller_t> Session::topology() {
   return others;
 }
 
-void Session::requireKnown(const std::string& fid) {
+void Session::requireKnown(const std::string& fid) const {
   if (ovk_topology_is_orvane_device(fid) != 0) return;
   throw Failure(Exit_Unknown, fid + " is not on the bus in " + ovk_local_bus_directory() + " (known: " +
                                   listOf(topology()) + "); start it, for instance with 'ovk sim FILE'" + why());
@@ -91,7 +93,7 @@ void Session::requireKnown(const std::string& fid) {
 
 void Session::exchange(const Reply& reply, const std::function<unsigned()>& send) {
   const std::vector<uint32_t> errorsBefore = errorCounters();
-  tryAnew();
+  firstTrace.clear(); // it was about earlier attempts
   requireSent(reply.source, send());
   if (!waitFor(reply.arrived)) failSilent(reply, errorsBefore);
   if (reply.refused) throw Failure(Exit_Refused, reply.source + " refused: " + printable(reply.reason));

@@ -63,10 +63,10 @@ public:
   }
 
   /// Fails unless the topology knows the participant.
-  void requireKnown(const std::string& fid);
+  void requireKnown(const std::string& fid) const;
   void work() { ovk_DoWork(nullptr, nullptr, nullptr); }
   /// The bus's view of itself, without the passing participant that this process may be.
-  std::vector<ovk_topology_controller_t> topology();
+  std::vector<ovk_topology_controller_t> topology() const;
   /// Trace lines are kept until something fails, unless --verbose or this says otherwise.
   void traceToStderr();
   /// What the bus said about a failure, to be appended to an error text.
@@ -97,8 +97,6 @@ private:
   [[noreturn]] void failSilent(const Reply& reply, const std::vector<uint32_t>& errorsBefore) const;
   std::vector<uint32_t> errorCounters() const;
   std::string nextReference();
-  /// Forgets what the bus said about earlier attempts.
-  void tryAnew() { firstTrace.clear(); }
   static void keepTrace(const char* line, unsigned length, void* session);
 
   BusOptions opts;

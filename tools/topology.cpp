@@ -52,7 +52,7 @@ void list(const BusOptions& bus, const Arguments& arguments) {
   if (!session.why().empty()) std::cerr << "ovk: this list may be incomplete" << session.why() << '\n';
 }
 
-void requireDone(Session& session, int result, const std::string& what) {
+void requireDone(const Session& session, int result, const std::string& what) {
   if (result != 0) return;
   const std::string why = session.why();
   session.topology(); // fails by itself when the bus cannot be used at all
