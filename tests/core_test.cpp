@@ -1,55 +1,45 @@
-// Identifiers, the catalogue of services, start, registration, periodic work and stop.
-
-#include <gmock/gmock.h>
+// Identifiers, and the exported functions that exchange no messages: start, registration, work, stop, topology.
 
 #include <cstdio>
 #include <random>
 
 #include "core/catalogue.h"
 #include "core/identifiers.h"
-#include "core/registry.h"
-#include "ovk/ovk.h"
 #include "support/messages.h"
 
-using messages::own;
+using namespace messages;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
 
-class Core : public messages::Test {};
+class Core : public Test {
+protected:
+  static unsigned enrol(int service, void* function) {
+    return ovk_RegisterForService(static_cast<ovk_Service_t>(service), function, nullptr, nullptr, nullptr);
+  }
+};
 
 int ignore(void* /*data*/, unsigned /*length*/) { return 0; }
-void* const callback = reinterpret_cast<void*>(ignore);
+void* const ignoring = reinterpret_cast<void*>(ignore);
 
 TEST_F(Core, FusionIdentifiers) {
-  const struct {
-    const char* fid;
-    const char* refusal; // null: valid
-  } rows[] = {
-      {"VR017_00042_00A0B1C2D3E4", nullptr},
-      {"VR017_00042_00a0b1c2d3e4", nullptr},
-      {"VR1_2_3xxxxxxxxxxxxxxxxx", nullptr},
-      {"VR -1_   -2_-0x5........", nullptr},
-      {"VR017_00042_00A0B1C2D3E", "FusionIdentifier string VR017_00042_00A0B1C2D3E is 23 characters long"},
-      {"VR017_00042_00A0B1C2D3E4F", "FusionIdentifier string VR017_00042_00A0B1C2D3E4F is 25 characters long"},
-      {"", "FusionIdentifier string  is 0 characters long"},
-      {nullptr, "FusionIdentifier string (null) is 0 characters long"},
-      {"vr017_00042_00A0B1C2D3E4", "Invalid Identifier vr017_00042_00A0B1C2D3E4"},
-      {"VR0171_0042_00A0B1C2D3E4", "Invalid Identifier VR0171_0042_00A0B1C2D3E4"},
-      {"VR017_00042_ZZA0B1C2D3E4", "Invalid Identifier VR017_00042_ZZA0B1C2D3E4"},
-      {"VR017-00042-00A0B1C2D3E4", "Invalid Identifier VR017-00042-00A0B1C2D3E4"},
-  };
-  for (const auto& row : rows) {
-    fake::reset();
-    SCOPED_TRACE(row.fid == nullptr ? "(null)" : row.fid);
-    EXPECT_EQ(isValidFusionIdentifier(row.fid), row.refusal == nullptr);
-    if (row.refusal == nullptr) {
-      EXPECT_THAT(platform().trace, IsEmpty());
-    } else {
-      EXPECT_TRUE(traced(2, row.refusal)) << platform().errors();
-    }
+  for (const std::string fid : {"VR017_00042_00A0B1C2D3E4", "VR017_00042_00a0b1c2d3e4", "VR1_2_3xxxxxxxxxxxxxxxxx",
+                                "VR -1_   -2_-0x5........"}) {
+    EXPECT_TRUE(isValidFusionIdentifier(fid.c_str())) << fid;
   }
+  EXPECT_EQ(platform().errors(), "");
+  std::string errors;
+  for (const std::string fid : {"vr017_00042_00A0B1C2D3E4", "VR0171_0042_00A0B1C2D3E4", "VR017_00042_ZZA0B1C2D3E4",
+                                "VR017-00042-00A0B1C2D3E4"}) {
+    EXPECT_FALSE(isValidFusionIdentifier(fid.c_str()));
+    errors += "Invalid Identifier " + fid + "\n";
+  }
+  for (const std::string fid : {"VR017_00042_00A0B1C2D3E", "VR017_00042_00A0B1C2D3E4F", ""}) {
+    EXPECT_FALSE(isValidFusionIdentifier(fid.c_str()));
+    errors += joined("FusionIdentifier string ", fid, " is ", fid.size(), " characters long\n");
+  }
+  EXPECT_EQ(platform().errors(), errors);
 }
 
 // The short cut for usual identifiers must never decide otherwise than the pattern.
@@ -58,62 +48,58 @@ TEST_F(Core, FusionIdentifiersAgreeWithTheScanPattern) {
   const std::string letters = "VR0123456789_ABFabfx+- g";
   for (int i = 0; i < 20000; ++i) {
     std::string fid = own;
-    for (int changes = static_cast<int>(random() % 4); changes > 0; --changes) {
+    for (std::size_t changes = random() % 4; changes > 0; --changes) {
       fid[random() % fid.size()] = letters[random() % letters.size()];
     }
     int a = -1;
     int b = -1;
     unsigned long long c = 0;
-    ASSERT_EQ(isValidFusionIdentifier(fid.c_str()), std::sscanf(fid.c_str(), "VR%3d_%5d_%012llX", &a, &b, &c) == 3)
-        << fid;
+    const bool scans = std::sscanf(fid.c_str(), "VR%3d_%5d_%012llX", &a, &b, &c) == 3; // NOLINT(cert-err34-c)
+    ASSERT_EQ(isValidFusionIdentifier(fid.c_str()), scans) << fid;
   }
 }
 
 TEST_F(Core, ReferenceIdentifiers) {
   EXPECT_TRUE(isValidReferenceIdentifier(""));
   EXPECT_TRUE(isValidReferenceIdentifier(std::string(40, 'r').c_str()));
+  EXPECT_THAT(platform().trace, IsEmpty());
   EXPECT_FALSE(isValidReferenceIdentifier(std::string(41, 'r').c_str()));
-  EXPECT_TRUE(traced(2, "ReferenceIdentifier string is too long, max. length is 40 characters"));
   EXPECT_FALSE(isValidReferenceIdentifier(nullptr));
+  EXPECT_EQ(platform().errors(), "ReferenceIdentifier string is too long, max. length is 40 characters\n"
+                                 "ReferenceIdentifier string is null\n");
 }
 
-TEST_F(Core, CatalogueOfServices) {
-  const struct {
-    int service, sent, handled, readChannel, writeChannel;
-  } rows[] = {{0, 204, 205, 1, 0},  {1, 205, 204, 2, 3},  {2, 206, 207, 1, 0}, {3, 207, 206, 2, 3},
-              {4, 200, 201, 1, 0},  {5, 201, 200, 2, 3},  {6, 202, 203, 1, 0}, {7, 203, 202, 2, 3},
-              {8, -1, 199, -1, -1}, {-1, -1, 208, -1, -1}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.service);
-    const auto service = static_cast<ovk_Service_t>(row.service);
-    EXPECT_EQ(getServiceMsgType(service), row.sent);
-    EXPECT_EQ(getTransferChannelReadIdx(service), row.readChannel);
-    EXPECT_EQ(getTransferChannelWriteIdx(service), row.writeChannel);
-    ovk_Service_t handler = ovk_Service_TagReadClient;
-    const bool handled = row.sent >= 0;
-    EXPECT_EQ(getService(row.handled, &handler), handled ? 0 : -1);
-    EXPECT_EQ(handler, handled ? service : ovk_Service_TagReadClient);
-    if (!handled) {
-      EXPECT_TRUE(traced(2, "invalid/unhandled message type " + std::to_string(row.handled)));
-      EXPECT_TRUE(traced(2, "no valid service found for MsgType " + std::to_string(row.handled)));
-    }
+// The eight themselves show in what is exchanged.
+TEST_F(Core, NoServices) {
+  for (const int number : {8, -1}) {
+    const auto none = static_cast<ovk_Service_t>(number);
+    EXPECT_TRUE(getServiceMsgType(none) == -1 && getTransferChannelReadIdx(none) == -1 &&
+                getTransferChannelWriteIdx(none) == -1);
   }
+  ovk_Service_t untouched = ovk_Service_TagReadClient;
+  for (const int msgType : {199, 208}) EXPECT_EQ(getService(msgType, &untouched), -1);
+  EXPECT_EQ(untouched, ovk_Service_TagReadClient);
+  EXPECT_EQ(platform().errors(), "invalid/unhandled message type 199\nno valid service found for MsgType 199\n"
+                                 "invalid/unhandled message type 208\nno valid service found for MsgType 208\n");
 }
 
 unsigned topology1(const char* /*a*/, const char* /*b*/, const char* /*c*/, unsigned /*d*/, char* /*e*/) { return 0; }
 
 TEST_F(Core, InitStartsThePlatform) {
-  EXPECT_EQ(ovk_Init(true, own.c_str(), topology1, nullptr, nullptr), ovk_Status_Done);
-  EXPECT_THAT(platform().calls, ElementsAre("init(" + own + ", 1, 0, 0)", "createQMXBSharedMemory()"));
-  EXPECT_TRUE(traced(6, "ovk_QMXBusInit(" + own + ")"));
-  EXPECT_EQ(platform().trace.front().function, "QMXBusAPI/ovk_Init");
-  EXPECT_TRUE(traced(6, "Initialising Controller Fid: " + own));
+  for (const bool bus : {true, false}) {
+    fake::reset();
+    ovk::enableBus(!bus);
+    EXPECT_EQ(ovk_Init(bus, own.c_str(), topology1, nullptr, nullptr), 0U);
+    EXPECT_EQ(ovk::isBusEnabled(), bus);
+    EXPECT_THAT(platform().calls, ElementsAre("init(" + own + ", 1, 0, 0)", "createQMXBSharedMemory()"));
+    EXPECT_EQ(platform().lines(own), "6 ovk_Init: ovk_QMXBusInit(MSG)\n6 ovk_Init: Initialising Controller Fid: MSG\n");
+  }
 }
 
 TEST_F(Core, InitRefusesAnInvalidIdentifierButTakesTheFlag) {
   for (const char* fid : {static_cast<const char*>(nullptr), "VR001_00001_0000000000A"}) {
     fake::reset();
-    EXPECT_EQ(ovk_Init(true, fid, nullptr, nullptr, nullptr), ovk_Status_Invalid);
+    EXPECT_EQ(ovk_Init(true, fid, nullptr, nullptr, nullptr), 2U);
     EXPECT_TRUE(traced(2, std::string("Invalid fusion identifier: ") + (fid == nullptr ? "(null)" : fid)));
     EXPECT_THAT(platform().calls, IsEmpty());
     EXPECT_TRUE(ovk::isBusEnabled());
@@ -121,69 +107,61 @@ TEST_F(Core, InitRefusesAnInvalidIdentifierButTakesTheFlag) {
 }
 
 TEST_F(Core, RegistrationRefusals) {
-  const struct {
-    int service;
-    void* function;
-    unsigned status;
-    const char* refusal;
-  } rows[] = {
-      {8, callback, ovk_Status_Invalid, "Invalid service requested: 8"},
-      {-1, callback, ovk_Status_Invalid, "Invalid service requested: -1"},
-      {-1, nullptr, ovk_Status_NoCallback, "Callback function p_ServiceCallback required for service -1"},
-      {3, nullptr, ovk_Status_NoCallback, "Callback function p_ServiceCallback required for service 3"},
-  };
-  for (const auto& row : rows) {
-    EXPECT_EQ(ovk_RegisterForService(static_cast<ovk_Service_t>(row.service), row.function, nullptr, nullptr, nullptr),
-              row.status);
-    EXPECT_TRUE(traced(2, row.refusal));
-  }
+  for (const int service : {8, -1}) EXPECT_EQ(enrol(service, ignoring), 2U);
+  for (const int service : {-1, 3}) EXPECT_EQ(enrol(service, nullptr), 6U);
+  EXPECT_EQ(platform().errors(), "Invalid service requested: 8\nInvalid service requested: -1\n"
+                                 "Callback function p_ServiceCallback required for service -1\n"
+                                 "Callback function p_ServiceCallback required for service 3\n");
   for (const auto& entry : OrvaneServices) EXPECT_EQ(entry.p_ServiceCallback, nullptr);
   OrvaneServices.resize(2); // the table is the application's too
-  EXPECT_EQ(ovk_RegisterForService(ovk_Service_TagReadClient, callback, nullptr, nullptr, nullptr), ovk_Status_Invalid);
+  EXPECT_EQ(enrol(2, ignoring), 2U);
 }
 
-TEST_F(Core, RegistrationWithoutBusOpensNothing) {
+TEST_F(Core, ASecondRegistrationReplacesTheFirst) {
+  const char* const texts[] = {"one", "two"};
   int context = 0;
-  EXPECT_EQ(ovk_RegisterForService(ovk_Service_TagReadServer, callback, &context, "one", "two"), ovk_Status_Done);
+  EXPECT_EQ(ovk_RegisterForService(ovk_Service_TagReadServer, this, this, texts[0], texts[1]), 0U);
+  EXPECT_EQ(ovk_RegisterForService(ovk_Service_TagReadServer, ignoring, &context, texts[1], texts[0]), 0U);
   const OrvaneServiceRegistration_t& entry = OrvaneServices[3];
   EXPECT_EQ(entry.service, 3);
-  EXPECT_EQ(entry.p_ServiceCallback, callback);
-  EXPECT_EQ(entry.p_UserContext, &context);
-  EXPECT_STREQ(entry.p_UserString1, "one");
-  EXPECT_STREQ(entry.p_UserString2, "two");
+  EXPECT_TRUE(entry.p_ServiceCallback == ignoring && entry.p_UserContext == &context);
+  EXPECT_TRUE(entry.p_UserString1 == texts[1] && entry.p_UserString2 == texts[0]);
+  // Without the bus no channel is opened and nothing is said.
   EXPECT_EQ(entry.TransferChannelReadIdx + entry.TransferChannelWriteIdx, 0);
   EXPECT_THAT(platform().calls, IsEmpty());
   EXPECT_THAT(platform().trace, IsEmpty());
 }
 
 TEST_F(Core, RegistrationOpensBothChannels) {
-  ovk::enableBus(true);
-  platform().createResults = {{2, 5}, {3, 6}};
-  EXPECT_EQ(ovk_RegisterForService(ovk_Service_RegisterReadServer, callback, nullptr, nullptr, nullptr),
-            ovk_Status_Done);
-  EXPECT_THAT(platform().calls, ElementsAre("createTransferChannel(2, 2)", "createTransferChannel(3, 1)"));
-  EXPECT_EQ(OrvaneServices[5].TransferChannelReadIdx, 2);
-  EXPECT_EQ(OrvaneServices[5].TransferChannelWriteIdx, 3);
-  ASSERT_EQ(platform().trace.size(), 3U);
-  EXPECT_EQ(platform().trace[0].text,
-            "Successfully created transfer channel for service 5 (ret_create_tc_rd=5, ret_create_tc_wr=6 ...\n");
-  EXPECT_EQ(platform().trace[1].text, "service 5, TransferChannelReadIdx 2, TransferChannelWriteIdx 3 )\n");
-  EXPECT_EQ(platform().trace[2].text, "Successfully registered service 5\n");
+  for (int service = 0; service < 8; ++service) {
+    fake::reset();
+    ovk::enableBus(true);
+    const int read = service % 2 == 0 ? 1 : 2; // shared by all clients, by all servers
+    const int written = service % 2 == 0 ? 0 : 3;
+    platform().createResults = {{read, 5}, {written, 6}};
+    EXPECT_EQ(enrol(service, ignoring), 0U);
+    EXPECT_THAT(platform().calls, ElementsAre("createTransferChannel(" + std::to_string(read) + ", 2)",
+                                              "createTransferChannel(" + std::to_string(written) + ", 1)"));
+    const auto& entry = OrvaneServices[static_cast<std::size_t>(service)];
+    EXPECT_TRUE(entry.TransferChannelReadIdx == read && entry.TransferChannelWriteIdx == written) << service;
+  }
+  EXPECT_EQ(platform().lines(""),
+            "6 ovk_RegisterForService: Successfully created transfer channel for service 7 (ret_create_tc_rd=5, "
+            "ret_create_tc_wr=6 ...\n6 ovk_RegisterForService: service 7, TransferChannelReadIdx 2, "
+            "TransferChannelWriteIdx 3 )\n6 ovk_RegisterForService: Successfully registered service 7\n");
 }
 
 TEST_F(Core, RegistrationStaysWhenAChannelFails) {
+  const std::string failed = "Failed to create transfer channel for service 2 ";
   for (const int failing : {0, 1}) {
     fake::reset();
     ovk::enableBus(true);
     platform().createResults[failing] = -3;
-    EXPECT_EQ(ovk_RegisterForService(ovk_Service_TagReadClient, callback, nullptr, nullptr, nullptr),
-              ovk_Status_NoTransferChannel);
+    EXPECT_EQ(enrol(2, ignoring), 8U);
     EXPECT_THAT(platform().calls, ElementsAre("createTransferChannel(1, 2)", "createTransferChannel(0, 1)"));
-    EXPECT_TRUE(traced(2, failing == 1 ? "Failed to create transfer channel for service 2 (ret_create_tc_rd=-3, "
-                                         "ret_create_tc_wr=0)"
-                                       : "Failed to create transfer channel for service 2 (ret_create_tc_rd=0, "
-                                         "ret_create_tc_wr=-3)"));
-    EXPECT_EQ(OrvaneServices[2].p_ServiceCallback, callback);
+    EXPECT_EQ(platform().errors(), failed + (failing == 1 ? "(ret_create_tc_rd=-3, ret_create_tc_wr=0)\n"
+                                                          : "(ret_create_tc_rd=0, ret_create_tc_wr=-3)\n"));
+    EXPECT_EQ(OrvaneServices[2].p_ServiceCallback, ignoring);
     EXPECT_EQ(OrvaneServices[2].TransferChannelReadIdx, 1);
   }
 }
@@ -192,7 +170,7 @@ TEST_F(Core, WorkReadsOnlyWithTheBusAndShutdownClosesAllChannels) {
   platform().inbound[1] = {"{}"};
   ovk_DoWork(topology1, nullptr, nullptr);
   EXPECT_THAT(platform().calls, ElementsAre("TopologyDoWork(1, 0, 0)"));
-  EXPECT_EQ(platform().inbound[1].size(), 1U);
+  EXPECT_EQ(platform().offered, 0U);
   ovk::enableBus(true);
   platform().calls.clear();
   EXPECT_EQ(ovk_QMXBusShutdown(), 0);
@@ -201,6 +179,51 @@ TEST_F(Core, WorkReadsOnlyWithTheBusAndShutdownClosesAllChannels) {
   EXPECT_THAT(platform().calls,
               ElementsAre("destroyTransferChannel(0)", "destroyTransferChannel(1)", "destroyTransferChannel(2)",
                           "destroyTransferChannel(3)", "TopologyDoWork(0, 0, 0)"));
+}
+
+TEST_F(Core, TopologyListsAreReplacedOrLeftAlone) {
+  for (const bool ofStatic : {false, true}) {
+    fake::reset();
+    const auto get = [ofStatic](auto& list) {
+      return ofStatic ? ovk_topology_cfg_get_static_device_list(list, "sel") : ovk_topology_get_list(list);
+    };
+    for (const int kind : {1, 2, 3}) {
+      platform().parents.push_back({"1", "2", "4", "3", kind, "5", {{"a", "b", "c", "d"}, {"e", "f", "g", "h"}}});
+    }
+    std::vector<ovk_topology_controller_t> list(5);
+    ASSERT_TRUE(get(list));
+    std::string all;
+    for (const auto& c : list) {
+      all += std::to_string(c.kind) + c.attr1 + c.attr2 + c.attr3 + c.attr4 + c.attr5;
+      for (const auto& s : c.sensors) all += s.attr1 + s.attr2 + s.attr3 + s.attr4;
+    }
+    EXPECT_EQ(all, "112345abcdefgh212345abcdefgh012345abcdefgh");
+    platform().topologyAnswers = false;
+    EXPECT_FALSE(get(list));
+    EXPECT_EQ(list.size(), 3U);
+    platform().topologyAnswers = true;
+    platform().parents.clear();
+    EXPECT_TRUE(get(list));
+    EXPECT_TRUE(list.empty());
+  }
+  EXPECT_EQ(platform().calls.front(), "get_static_members(sel)");
+}
+
+TEST_F(Core, TopologyAnswersAreTheServices) {
+  std::string controller;
+  unsigned delivered = 0;
+  unsigned received = 0;
+  platform().topologyResult = -7;
+  EXPECT_EQ(ovk_topology_get_controller_fusionId_for_sensor("s", controller), 1);
+  EXPECT_EQ(controller, fake::parentOf("s"));
+  EXPECT_EQ(ovk_topology_is_orvane_device("x"), -7);
+  EXPECT_EQ(ovk_topology_cfg_set_static_device("a", "b", "c"), -7);
+  EXPECT_EQ(ovk_topology_cfg_set_static_device("a", "b"), -7);
+  EXPECT_EQ(ovk_topology_cfg_delete_static_device("a", "b"), -7);
+  ovk_topology_get_qmxb_statistic(&delivered, &received);
+  EXPECT_TRUE(delivered == 11 && received == 22);
+  EXPECT_THAT(platform().calls, ElementsAre("get_parent_fid(s)", "is_orvane_member(x)", "set_static_member(a, b, c)",
+                                            "set_static_member(a, b)", "delete_static_member(a, b)"));
 }
 
 } // namespace

@@ -3,156 +3,87 @@
 #include <gmock/gmock.h>
 
 #include <limits>
+#include <sstream>
 
 #include "platform/json.h"
 
 namespace {
 
-std::string nestedArrays(int levels) {
-  return std::string(static_cast<std::size_t>(levels), '[') + std::string(static_cast<std::size_t>(levels), ']');
+// The document itself is one of the 32 levels.
+const std::string thirtyOne = std::string(31, '[') + std::string(31, ']');
+const std::string thirtyTwo = "[" + thirtyOne + "]";
+
+using namespace std::string_literals;
+
+bool isWhole(const std::string& text) {
+  Json json;
+  json.load(text);
+  int first = 0;
+  return json.GetValueAsInt("first", &first);
 }
 
 TEST(Json, TheWholeTextOrNothing) {
-  using namespace std::string_literals;
-  const struct {
-    std::string text; // the value of a member "v"
-    bool valid;
-  } rows[] = {
-      {"0", true},
-      {"-0.5e+10", true},
-      {"1E2", true},
-      {"true", true},
-      {"null", true},
-      {R"("\q\"\\")", true},
-      {"\"\x01\xFF\n\"", true},
-      {"[ ]", true},
-      {"{ }", true},
-      {"[1,[2,{}]]", true},
-      {R"({"a":1 , "a":2})", true},
-      {"01", false},
-      {"+1", false},
-      {"1.", false},
-      {".5", false},
-      {"1e", false},
-      {"-", false},
-      {"tru", false},
-      {"nulll", false},
-      {"", false},
-      {"[1,]", false},
-      {"[1 2]", false},
-      {"[,1]", false},
-      {"{\"a\"}", false},
-      {"{\"a\":}", false},
-      {"{a:1}", false},
-      {"{\"a\":1,}", false},
-      {"[1}", false},
-      {"\"abc", false},
-      {"\"abc\\", false},
-      {"\"a\0b\""s, false},
-      {"1 2", false},
-      {"1]", false},
-      {"\xEF\xBB\xBF"
-       "1",
-       false},
-      {nestedArrays(31), true},
-      {nestedArrays(32), false}, // the document itself is a level
-  };
-  for (const auto& row : rows) {
-    Json json;
-    json.load(" {\"first\":1,\"v\":" + row.text + "}\t\r\n ");
-    int first = 0;
-    EXPECT_EQ(json.GetValueAsInt("first", &first), row.valid) << row.text;
-    Json cut;
-    cut.load("{\"first\":1,\"v\":" + row.text);
-    EXPECT_FALSE(cut.GetValueAsInt("first", &first)) << "cut off: " << row.text;
+  const std::string start = " {\"first\":1,\"v\":";
+  for (const std::string text : {"0", "-0.5e+10", "1E2", "true", "null", R"("\q\"\\")", "\"\x01\xFF\n\"", "[ ]", "{ }",
+                                 "[1,[2,{}]]", R"({"a":1 , "a":2})", thirtyOne.c_str()}) {
+    EXPECT_TRUE(isWhole(start + text + "}\t\r\n ")) << text;
+    EXPECT_FALSE(isWhole(start + text)) << "cut off: " << text;
   }
-  for (const char* text : {"", " ", "{} {}", "{}x", "}", "{\"first\":1}\0"}) {
-    Json json;
-    json.load(text);
-    Json value;
-    EXPECT_FALSE(json.getObject("a", value)) << text;
+  for (const std::string text :
+       {"01", "+1", "1.", ".5", "1e", "-", "tru", "nulll", "", "1 2", "1]", "\xEF\xBB\xBF[]"}) {
+    EXPECT_FALSE(isWhole(start + text + "}")) << text;
   }
+  for (const std::string text : {"[1,]", "[1 2]", "[,1]", R"({"a"})", R"({"a":})", "{a:1}", R"({"a":1,})", "[1}",
+                                 "\"abc", "\"abc\\", thirtyTwo.c_str()}) {
+    EXPECT_FALSE(isWhole(start + text + "}")) << text;
+  }
+  EXPECT_FALSE(isWhole(start + "\"a\0b\"}"s));
+  for (const char* text : {"", " ", "{} {}", "{}x", "}", R"({"first":1}x)", R"({"first":1}{})"})
+    EXPECT_FALSE(isWhole(text)) << text;
 }
 
 TEST(Json, IntegersOnlyIn32Bits) {
-  const struct {
-    const char* text;
-    bool found;
-    int value;
-  } rows[] = {{"0", true, 0},
-              {"-0", true, 0},
-              {"2147483647", true, std::numeric_limits<int>::max()},
-              {"-2147483648", true, std::numeric_limits<int>::min()},
-              {"2147483648", false, 0},
-              {"-2147483649", false, 0},
-              {"99999999999999999999999", false, 0},
-              {"1.0", false, 0},
-              {"1e1", false, 0},
-              {"1E1", false, 0},
-              {"\"1\"", false, 0},
-              {"true", false, 0},
-              {"null", false, 0},
-              {"[1]", false, 0}};
-  for (const auto& row : rows) {
+  const auto read = [](const std::string& text, int& value) {
     Json json;
-    json.load(std::string("[") + row.text + "]");
-    int value = 77;
-    EXPECT_EQ(json.GetValueAsInt("[0]", &value), row.found) << row.text;
-    if (row.found) {
-      EXPECT_EQ(value, row.value) << row.text;
-    }
+    json.load("[" + text + "]");
+    return json.GetValueAsInt("[0]", &value);
+  };
+  int value = 77;
+  for (const int number : {0, 1, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
+    EXPECT_TRUE(read(std::to_string(number), value) && value == number) << number;
+  }
+  EXPECT_TRUE(read("-0", value) && value == 0);
+  for (const char* text :
+       {"2147483648", "-2147483649", "99999999999999999999999", "1.0", "1e1", "1E1", "\"1\"", "true", "null", "[1]"}) {
+    EXPECT_FALSE(read(text, value)) << text;
   }
 }
 
+const char* const nested = R"({"a":{"b":[10,{"c":"x\"y\\"},[20,[21]],"30"],"d":true,"a":{"b":5}},
+  "a":"second", "":{"e":false}, "long":[0,1,2,3,4,5,6,7,8,9,10,11],
+  "k1":1,"k2":2,"k3":3,"k4":4,"k5":5,"k6":6,"k7":7,"k8":8,"k9":9,"l":[{"n":1},{"n":2}]})";
+
+// Path and value; none without one.
+const char* const lookUps =
+    R"(a.b[0] 10|a.b[3] 30|a.b[1].c x\"y\\|a.b[2][1][0] 21|a.b[4]|a.b[4]|a.b[0] 10|a.a.b 5|a.d true|a.d.x|a.b.c|a[0]|)"
+    "long[11] 11|long[12]|long[3] 3|longer|k9 9|k8 8|zz|k9 9|l[1].n 2|l[0].n 1|l[1].m|l[1].n 2|a.b[-1]|a.b[]|a.b[1|"
+    "a.b[x]|a.b[99999999999]|[0]|a.b[2] [20,[21]]";
+
+// Every look-up after every other: what one remembers must not mislead the next.
 TEST(Json, LookUpsInAnyOrder) {
   Json json;
-  json.load(R"({"a":{"b":[10,{"c":"x\"y\\"},[20,[21]],"30"],"d":true,"a":{"b":5}},
-               "a":"second", "":{"e":false}, "long":[0,1,2,3,4,5,6,7,8,9,10,11],
-               "k1":1,"k2":2,"k3":3,"k4":4,"k5":5,"k6":6,"k7":7,"k8":8,"k9":9,"l":[{"n":1},{"n":2}]})");
-  const struct {
-    const char* path;
-    const char* value; // null: not there
-  } rows[] = {{"a.b[0]", "10"},
-              {"a.b[3]", "30"},
-              {"a.b[1].c", R"(x\"y\\)"},
-              {"a.b[2][1][0]", "21"},
-              {"a.b[4]", nullptr},
-              {"a.b[4]", nullptr},
-              {"a.b[0]", "10"},
-              {"a.a.b", "5"},
-              {"a.d", "true"},
-              {"a.d.x", nullptr},
-              {"a.b.c", nullptr},
-              {"a[0]", nullptr},
-              {"long[11]", "11"},
-              {"long[12]", nullptr},
-              {"long[3]", "3"},
-              {"longer", nullptr},
-              {"k9", "9"},
-              {"k8", "8"},
-              {"zz", nullptr},
-              {"k9", "9"},
-              {"l[1].n", "2"},
-              {"l[0].n", "1"},
-              {"l[1].m", nullptr},
-              {"l[1].n", "2"},
-              {"a.b[-1]", nullptr},
-              {"a.b[]", nullptr},
-              {"a.b[1", nullptr},
-              {"a.b[x]", nullptr},
-              {"a.b[99999999999]", nullptr},
-              {"[0]", nullptr},
-              {"a.b[2]", "[20,[21]]"}};
-  // Every look-up after every other: what one remembers must not mislead the next.
-  for (const auto& before : rows) {
-    for (const auto& row : rows) {
+  json.load(nested);
+  std::vector<std::string> rows;
+  std::istringstream all(lookUps);
+  for (std::string row; std::getline(all, row, '|');) rows.push_back(row);
+  const auto path = [](const std::string& row) { return row.substr(0, row.find(' ')); };
+  for (const std::string& before : rows) {
+    for (const std::string& row : rows) {
       Json value;
       int number = 0;
-      json.GetValueAsInt(before.path, &number);
-      ASSERT_EQ(json.getObject(row.path, value), row.value != nullptr) << before.path << ", then " << row.path;
-      if (row.value != nullptr) {
-        ASSERT_EQ(value.text(), row.value) << before.path << ", then " << row.path;
-      }
+      json.GetValueAsInt(path(before), &number);
+      const bool found = json.getObject(path(row), value);
+      ASSERT_EQ(found ? path(row) + " " + std::string(value.text()) : path(row), row) << "after " << before;
     }
   }
   bool flag = true;
@@ -183,19 +114,17 @@ TEST(Json, DeepPathsAndCopies) {
 
 TEST(Json, GrowsMemberByMember) {
   Json array(Json::Kind::array);
-  EXPECT_TRUE(array.empty());
+  Json object;
+  EXPECT_TRUE(array.empty() && object.empty());
   array.add("1");
   array.add("\"two\"");
-  Json object;
-  EXPECT_TRUE(object.empty());
   object.add("a", "true");
   object.add("list", array.text());
-  EXPECT_FALSE(object.empty());
   EXPECT_EQ(object.text(), R"({"a":true,"list":[1,"two"]})");
-  object.clear();
-  EXPECT_EQ(object.text(), "{}");
+  EXPECT_FALSE(array.empty() || object.empty());
   array.clear();
-  EXPECT_EQ(array.text(), "[]");
+  object.clear();
+  EXPECT_TRUE(array.text() == "[]" && object.text() == "{}");
 }
 
 TEST(Json, MemberNames) {

@@ -1,9 +1,13 @@
 #include "support/fake_platform.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <new>
 #include <sstream>
 
 #include "core/registry.h"
@@ -16,15 +20,34 @@ namespace {
 
 fake::Platform current;
 int mallocsLeft = -1;
+int newsLeft = -1;
 
+bool isExhausted(int& blocksLeft) { return blocksLeft >= 0 && blocksLeft-- == 0; }
+
+std::string abridged(std::string text, const std::string& message) {
+  const std::size_t at = message.empty() ? std::string::npos : text.find(message);
+  return at == std::string::npos ? text : text.replace(at, message.size(), "MSG");
+}
+
+std::string withoutAddresses(std::string text) {
+  for (std::size_t at = 0; (at = text.find("0x", at)) != std::string::npos; at += 2) {
+    const std::size_t end = std::min(text.find_first_not_of("0123456789abcdef", at + 2), text.size());
+    if (end - at > 7) text.replace(at, end - at, "PTR");
+  }
+  return text;
+}
+
+// Returns what the calls return that do nothing else.
 template <typename... Arguments>
-void record(const char* name, const Arguments&... arguments) {
+int record(const char* name, const Arguments&... arguments) {
+  const fake::Undisturbed undisturbed;
   std::ostringstream call;
   [[maybe_unused]] const char* separator = "";
   call << name << '(';
   ((call << separator << arguments, separator = ", "), ...);
   call << ')';
   current.calls.push_back(call.str());
+  return current.topologyResult;
 }
 
 } // namespace
@@ -38,19 +61,30 @@ void reset() {
   OrvaneServices.assign(8, {});
   ovk::enableBus(false);
   failMallocAfter(-1);
+  failNewAfter(-1);
 }
+
+std::string parentOf(const std::string& fid) { return "parent of " + fid; }
 
 void failMallocAfter(int blocks) { mallocsLeft = blocks; }
+void failNewAfter(int blocks) { newsLeft = blocks; }
+Undisturbed::Undisturbed() { std::swap(newsLeft, left_); }
+Undisturbed::~Undisturbed() { std::swap(newsLeft, left_); }
 
-int Platform::traced(int level, const std::string& text) const {
-  const auto matches = [&](const TraceLine& line) { return line.level == level && line.text == text; };
-  return static_cast<int>(std::count_if(trace.begin(), trace.end(), matches));
-}
-
-std::string Platform::errors() const {
+std::string Platform::errors(const std::string& message) const {
   std::string all;
   for (const TraceLine& line : trace) {
-    if (line.level == traceError) all += line.function + ": " + line.text;
+    if (line.level == traceError) all += abridged(line.text, message);
+  }
+  return all;
+}
+
+std::string Platform::lines(const std::string& message, const std::string& without) const {
+  std::string all;
+  for (const TraceLine& line : trace) {
+    if (without.find(" " + line.function + " ") != std::string::npos) continue;
+    all += std::to_string(line.level) + " " + line.function + ": " + withoutAddresses(abridged(line.text, message));
+    if (all.size() > 1 && all[all.size() - 2] == ' ') all[all.size() - 2] = '_';
   }
   return all;
 }
@@ -64,15 +98,19 @@ extern "C" void* __real_calloc(std::size_t count, std::size_t size);
 extern "C" void* __wrap_malloc(std::size_t size);
 extern "C" void* __wrap_calloc(std::size_t count, std::size_t size);
 
-extern "C" void* __wrap_malloc(std::size_t size) {
-  if (mallocsLeft >= 0 && mallocsLeft-- == 0) return nullptr;
-  return __real_malloc(size);
-}
+extern "C" void* __wrap_malloc(std::size_t size) { return isExhausted(mallocsLeft) ? nullptr : __real_malloc(size); }
 
 extern "C" void* __wrap_calloc(std::size_t count, std::size_t size) {
-  if (mallocsLeft >= 0 && mallocsLeft-- == 0) return nullptr;
-  return __real_calloc(count, size);
+  return isExhausted(mallocsLeft) ? nullptr : __real_calloc(count, size);
 }
+
+// Not inlined, so that compilers and memory checkers always see the pair.
+[[gnu::noinline]] void* operator new(std::size_t size) {
+  void* memory = isExhausted(newsLeft) ? nullptr : __real_malloc(size);
+  return memory == nullptr ? throw std::bad_alloc() : memory;
+}
+[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
 
 int createTransferChannel(int index, int role) {
   record("createTransferChannel", index, role);
@@ -80,6 +118,10 @@ int createTransferChannel(int index, int role) {
 }
 
 int readTransferChannel(int index, void* buffer, unsigned size) {
+  const fake::Undisturbed undisturbed;
+  const auto* bytes = static_cast<const char*>(buffer);
+  current.offered = size;
+  current.offeredZeroed = std::all_of(bytes, bytes + size, [](char byte) { return byte == 0; });
   auto& waiting = current.inbound[index];
   if (waiting.empty()) return 0;
   const std::string message = waiting.front();
@@ -89,16 +131,15 @@ int readTransferChannel(int index, void* buffer, unsigned size) {
 }
 
 int writeTransferChannel(int index, const void* message, unsigned size) {
+  const fake::Undisturbed undisturbed;
   if (current.writeResult == 0) current.written.push_back({index, {static_cast<const char*>(message), size}});
   return current.writeResult;
 }
 
-int destroyTransferChannel(int index) {
-  record("destroyTransferChannel", index);
-  return 0;
-}
+int destroyTransferChannel(int index) { return record("destroyTransferChannel", index); }
 
 void logTracePrint(const char* file, int /*line*/, const char* function, int level, const char* format, ...) {
+  const fake::Undisturbed undisturbed;
   std::va_list arguments;
   va_start(arguments, format);
   std::va_list again;
@@ -107,31 +148,33 @@ void logTracePrint(const char* file, int /*line*/, const char* function, int lev
   std::vsnprintf(text.data(), text.size() + 1, format, again);
   va_end(again);
   va_end(arguments);
-  current.trace.push_back({level, std::string(file) + "/" + function, text});
+  EXPECT_STREQ(file, "QMXBusAPI") << text;
+  current.trace.push_back({level, function, text});
 }
 
-int createQMXBSharedMemory() {
-  record("createQMXBSharedMemory");
-  return -1; // the library does not look at it
-}
+int createQMXBSharedMemory() { return record("createQMXBSharedMemory"); }
 
-void IncrQMXBCnt(QMXBCounter_e counter) { ++current.counters[counter]; }
+void IncrQMXBCnt(QMXBCounter_e counter) {
+  const fake::Undisturbed undisturbed;
+  ++current.counters[counter];
+}
 
 int Topology::init(std::string fid, p_TopologyCallback1 callback1, p_TopologyCallback2 callback2,
                    p_TopologyCallback3 callback3) {
-  record("init", fid, callback1 != nullptr, callback2 != nullptr, callback3 != nullptr);
-  return 0;
+  return record("init", fid, callback1 != nullptr, callback2 != nullptr, callback3 != nullptr);
 }
 
 int Topology::get_my_fid(std::string& fid) {
+  const fake::Undisturbed undisturbed;
   fid = current.myFid;
-  return fid.empty() ? 0 : 1;
+  return current.knowsMyFid ? 1 : 0;
 }
 
 int Topology::get_parent_fid(std::string fid, std::string& parent) {
   record("get_parent_fid", fid);
-  parent = current.parentFid;
-  return parent.empty() ? 0 : 1;
+  const fake::Undisturbed undisturbed;
+  if (current.knowsParents) parent = fake::parentOf(fid);
+  return current.knowsParents ? 1 : 0;
 }
 
 bool Topology::get_topology(std::vector<orvane_parent>& parents) {
@@ -145,24 +188,15 @@ bool Topology::get_static_members(std::vector<orvane_parent>& parents, std::stri
 }
 
 int Topology::set_static_member(std::string parent, std::string fid, std::string name) {
-  record("set_static_member", parent, fid, name);
-  return current.topologyResult;
+  return record("set_static_member", parent, fid, name);
 }
-
 int Topology::set_static_member(std::string parent, std::string fid) {
-  record("set_static_member", parent, fid);
-  return current.topologyResult;
+  return record("set_static_member", parent, fid);
 }
-
 int Topology::delete_static_member(std::string parent, std::string fid) {
-  record("delete_static_member", parent, fid);
-  return current.topologyResult;
+  return record("delete_static_member", parent, fid);
 }
-
-int Topology::is_orvane_member(std::string fid) {
-  record("is_orvane_member", fid);
-  return current.topologyResult;
-}
+int Topology::is_orvane_member(std::string fid) { return record("is_orvane_member", fid); }
 
 void Topology::get_qmxb_statistic(unsigned* first, unsigned* second) {
   *first = 11;

@@ -28,22 +28,26 @@ struct Platform {
   std::vector<TraceLine> trace;
   std::vector<WrittenMessage> written;
   std::map<int, int> counters;
+  unsigned offered = 0;       ///< the size of the buffer that messages are read into
+  bool offeredZeroed = false; ///< whether that buffer was zero when it was offered last
 
   // What the platform answers.
-  std::map<int, std::deque<std::string>> inbound;     ///< messages waiting, by channel
-  std::map<int, int> createResults;                   ///< by channel; 0 unless set
-  std::string myFid = "VR001_00001_0000000000A1";     ///< empty: unknown
-  std::string parentFid = "VR002_00000_0000000000B0"; ///< empty: unknown
+  std::map<int, std::deque<std::string>> inbound; ///< messages waiting, by channel
+  std::map<int, int> createResults;               ///< by channel; 0 unless set
+  std::string myFid = "VR001_00001_0000000000A1";
+  bool knowsMyFid = true;
+  bool knowsParents = true;
   int writeResult = 0;
   int readResult = 0; ///< instead of the length of the message read, when not 0
   bool topologyAnswers = true;
   std::vector<orvane_parent> parents;
   int topologyResult = 1;
 
-  /// How often a line of this level has exactly this text.
-  int traced(int level, const std::string& text) const;
-  /// All lines of level 2, for messages of failed tests.
-  std::string errors() const;
+  /// The texts of all lines of level 2; `message` stands in them as MSG.
+  std::string errors(const std::string& message = "") const;
+  /// All lines, "6 function: text", but those of the functions named between blanks; addresses stand in them as PTR, a
+  /// blank at the end as an underscore.
+  std::string lines(const std::string& message, const std::string& without = "") const;
 };
 
 /// The platform in use.
@@ -52,7 +56,23 @@ Platform& platform();
 /// A fresh platform and a fresh library: registrations and the bus-enabled flag as loaded.
 void reset();
 
+/// The parent that the topology service knows for an identifier.
+std::string parentOf(const std::string& fid);
+
 /// The blocks that malloc() may still give before it fails once; negative for no limit.
 void failMallocAfter(int blocks);
+
+/// The same for operator new, which throws.
+void failNewAfter(int blocks);
+
+/// While it lives, operator new does not fail and nothing is counted: for the scripted platform and callbacks of tests.
+class Undisturbed {
+public:
+  Undisturbed();
+  ~Undisturbed();
+
+private:
+  int left_ = -1;
+};
 
 } // namespace fake
