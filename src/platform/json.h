@@ -17,13 +17,9 @@ class JsonReading;
 class JsonText {
 public:
   JsonText() = default;
-  JsonText(const JsonText& other) { assign(other.view()); }
-  JsonText& operator=(const JsonText& other) {
-    if (this != &other) assign(other.view());
-    return *this;
-  }
+  JsonText(const JsonText&) = delete;
+  JsonText& operator=(const JsonText&) = delete;
 
-  const char* c_str() const { return data_; }
   std::size_t size() const { return size_; }
   std::string_view view() const { return {data_, size_}; }
   void assign(std::string_view text);
@@ -65,7 +61,7 @@ public:
   enum class Kind { object, array };
 
   explicit Json(Kind kind = Kind::object);
-  Json(const Json& other) : text_(other.text_), kind_(other.kind_) {}
+  Json(const Json& other) : kind_(other.kind_) { text_.assign(other.text()); }
   Json& operator=(const Json& other);
   ~Json() = default;
 
@@ -75,8 +71,9 @@ public:
   bool empty() const;
   /// Takes a received text over as it stands, JSON or not.
   void load(std::string_view text);
-  std::string_view text() const { return text_.view(); }
-  const char* c_str() const { return text_.c_str(); }
+  std::string_view text() const;
+  /// The text, followed by a NUL.
+  const char* c_str() const { return text().data(); }
 
   /// Appends one member.
   void add(std::string_view key, std::string_view value);
@@ -107,7 +104,9 @@ private:
   char* extend(std::size_t length);
   [[gnu::noinline]] void addLong(std::string_view element);
 
-  JsonText text_;
+  void setText(std::string_view text);
+
+  JsonText text_; // of a document that was written; a reading has its own
   Kind kind_;
   mutable std::unique_ptr<ovk::local::JsonReading, KeepReading> reading_; // since the first look-up
 };

@@ -109,6 +109,9 @@ extern "C" void* __wrap_calloc(std::size_t count, std::size_t size) {
   void* memory = isExhausted(newsLeft) ? nullptr : __real_malloc(size);
   return memory == nullptr ? throw std::bad_alloc() : memory;
 }
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t& /*unused*/) noexcept {
+  return isExhausted(newsLeft) ? nullptr : __real_malloc(size);
+}
 [[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
 [[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
 

@@ -35,24 +35,32 @@ Json::Json(Kind kind) : kind_(kind) { clear(); }
 
 Json& Json::operator=(const Json& other) {
   kind_ = other.kind_;
-  if (this != &other) load(other.text());
+  if (this != &other) setText(other.text());
   return *this;
 }
 
-void Json::clear() { load(kind_ == Kind::object ? "{}" : "[]"); }
+void Json::clear() { setText(kind_ == Kind::object ? "{}" : "[]"); }
 
 bool Json::empty() const { return text() == "{}" || text() == "[]"; }
 
-void Json::load(std::string_view text) {
-  reading_.reset();
+std::string_view Json::text() const { return reading_ != nullptr ? reading_->text() : text_.view(); }
+
+void Json::setText(std::string_view text) {
   text_.assign(text);
+  reading_.reset();
+}
+
+// Most are looked at next, and the reading keeps the text.
+void Json::load(std::string_view text) {
+  reading_.reset(); // first: it may be the reading of this very text
+  reading_.reset(JsonReading::of(text));
 }
 
 // Room for an item of `length` characters behind the last one, from which it is set apart.
 char* Json::extend(std::size_t length) {
-  if (reading_ != nullptr) reading_.reset();
+  if (reading_ != nullptr) setText(text());
   text_.makeRoom(length + 1);
-  if (empty()) return text_.openBeforeLast(length);
+  if (text_.size() <= 2) return text_.openBeforeLast(length);
   char* const at = text_.openBeforeLast(length + 1);
   *at = ',';
   return at + 1;
@@ -79,14 +87,14 @@ void Json::add(std::string_view element) {
   copyShort(element, at + 1);
 }
 
-void Json::beginReading() const { reading_.reset(JsonReading::of(text())); }
+void Json::beginReading() const { reading_.reset(JsonReading::of(text_.view())); }
 
 bool Json::getObject(std::string_view path, Json& value) const {
   const char* at = reading().find(path);
   if (at == nullptr) return false;
   const char* end = reading().foundEnd();
   const bool quoted = *at == '"';
-  value.load(std::string(at + (quoted ? 1 : 0), end - (quoted ? 1 : 0)));
+  value.setText(std::string(at + (quoted ? 1 : 0), end - (quoted ? 1 : 0)));
   return true;
 }
 

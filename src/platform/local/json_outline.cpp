@@ -20,18 +20,23 @@ bool JsonOutline::draw(std::string_view text) {
   return isOneValue;
 }
 
-// Where the value of the next member or element starts; null when an object's key or colon is missing.
+// Notes a member and gives where its value starts; null when its key or colon is missing.
+const char* JsonOutline::memberStart(const char* at) {
+  if (*at++ != '"') return nullptr;
+  const std::size_t shortLength = jsonShortString(at);
+  const char* const end = shortLength < bytesAtOnce ? at + shortLength + 1 : jsonStringEnd(at - 1);
+  if (end == nullptr) return nullptr;
+  const char* value = skipJsonSpace(end);
+  if (*value != ':') return nullptr;
+  value = skipJsonSpace(value + 1);
+  add({at, static_cast<std::size_t>(end - at - 1)}, value);
+  return value;
+}
+
+// Where the value of the next member or element starts, null when there is none.
 const char* JsonOutline::itemStart(const char* at, const OpenLevels& levels) {
   at = skipJsonSpace(at);
-  if (!levels.inObject()) return at;
-  const char* const keyEnd = *at == '"' ? jsonStringEnd(at) : nullptr;
-  if (keyEnd == nullptr) return nullptr;
-  const std::string_view key(at + 1, static_cast<std::size_t>(keyEnd - at - 2));
-  at = skipJsonSpace(keyEnd);
-  if (*at != ':') return nullptr;
-  at = skipJsonSpace(at + 1);
-  add(key, at);
-  return at;
+  return levels.inObject() ? memberStart(at) : at;
 }
 
 // Goes on behind a finished value: closes levels, and stops at the start of the next value or at the end of all.

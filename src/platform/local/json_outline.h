@@ -61,6 +61,7 @@ private:
     const auto length = static_cast<std::uint32_t>(key.size());
     nodes_.push_back({headOfPadded(key), offset(key.data()), length, offset(value), 0, size() + 1});
   }
+  const char* memberStart(const char* at);
   const char* itemStart(const char* at, const OpenLevels& levels);
   const char* afterValue(const char* at, OpenLevels& levels);
   const char* nextValue(const char* at, OpenLevels& levels);

@@ -2,6 +2,8 @@
 
 #include "platform/local/json_reading.h"
 
+#include <algorithm>
+#include <iterator>
 #include <memory>
 
 #include "platform/local/json_text.h"
@@ -62,6 +64,7 @@ void JsonReading::turnTo(std::string_view text) {
   ahead_.clear();
   near_ = nearArray_ = Start{};
   array_ = none;
+  answerCount_ = 0;
   text_.reserve(text.size() + jsonPadding);
   text_.assign(text).append(jsonPadding, '\0');
   outline_.draw({text_.data(), text.size()});
@@ -69,7 +72,31 @@ void JsonReading::turnTo(std::string_view text) {
 }
 
 const char* JsonReading::find(std::string_view path) {
-  if (outline_.empty()) return nullptr;
+  if (path.size() > bytesAtOnce) {
+    found_ = lookUp(path);
+    return found_.at;
+  }
+  const Bytes head = headOf(path);
+  const Answer* known = knownAnswer(path, head);
+  if (known == nullptr) {
+    Answer& answer = answers_[answerCount_++ % std::size(answers_)];
+    answer = {head, path.size(), lookUp(path)};
+    known = &answer;
+  }
+  found_ = known->value;
+  return found_.at;
+}
+
+const JsonReading::Answer* JsonReading::knownAnswer(std::string_view path, Bytes head) const {
+  const std::size_t count = std::min(answerCount_, std::size(answers_));
+  for (const Answer* answer = answers_; answer != answers_ + count; ++answer) {
+    if (answer->path == head && answer->pathLength == path.size()) return answer;
+  }
+  return nullptr;
+}
+
+JsonReading::Value JsonReading::lookUp(std::string_view path) {
+  if (outline_.empty()) return {};
   const bool isNear = leadsFrom(near_, path);
   const Start start = isNear ? near_ : leadsFrom(nearArray_, path) ? nearArray_ : Start{};
   Value found = value(start.node);
@@ -91,8 +118,7 @@ const char* JsonReading::find(std::string_view path) {
     }
   }
   if (found.at != nullptr && parent.node != near_.node) remember(path, parent, array);
-  found_ = found;
-  return found.at;
+  return found;
 }
 
 // Whether the path goes on from there.

@@ -76,6 +76,9 @@ public:
   static JsonReading* of(std::string_view text);
   static void keep(JsonReading* reading);
 
+  /// The text, followed by a NUL.
+  std::string_view text() const { return {text_.data(), size_}; }
+
   /// The value at the path; null when there is none, or when the text is not one JSON value.
   const char* find(std::string_view path);
   /// The end of the value that was found last.
@@ -104,6 +107,12 @@ private:
     std::size_t pathLength = 0;
     NodeIndex node = JsonOutline::root;
   };
+  // What was found at a path of up to eight characters.
+  struct Answer {
+    Bytes path = 0;
+    std::size_t pathLength = 0;
+    Value value;
+  };
   // An element on the walk through an array.
   struct Element {
     std::uint32_t index;
@@ -113,6 +122,8 @@ private:
   };
 
   void turnTo(std::string_view text);
+  const Answer* knownAnswer(std::string_view path, Bytes head) const;
+  Value lookUp(std::string_view path);
   Value value(NodeIndex node) const { return {text_.data() + outline_[node].value, node}; }
   Value member(NodeIndex object, std::string_view step) const;
   Value element(NodeIndex array, std::string_view step);
@@ -125,6 +136,8 @@ private:
   std::size_t size_ = 0;
   JsonOutline outline_;
   Value found_;
+  Answer answers_[8]; // the last; other documents of the same text will ask again
+  std::size_t answerCount_ = 0;
   char path_[NumbersAhead::maxPath]; // of both starts
   Start near_;                       // where the last value was found
   Start nearArray_;                  // the last array on the way there

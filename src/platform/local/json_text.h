@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "platform/local/bytes.h"
+
 // JSON as text: where tokens and values end. Every text here is followed by NULs: the first stops each of these functions,
 // the others let them look at several characters at once.
 
@@ -25,6 +27,15 @@ inline const char* skipJsonSpace(const char* at) {
 
 /// The end of the string whose opening quote is at `at`; null when it has none. A backslash takes the next byte along.
 const char* jsonStringEnd(const char* at);
+
+/// The length of the string whose first character is at `at`, when it is under eight and nothing is escaped; otherwise eight.
+inline std::size_t jsonShortString(const char* at) {
+  const Bytes bytes = loadBytes(at);
+  const Bytes quotes = marksOf('"', bytes);
+  const Bytes others = marksOf('\\', bytes) | marksOf('\0', bytes);
+  const Bytes lowestQuote = quotes & (~quotes + 1);
+  return quotes == 0 || (others & (lowestQuote - 1)) != 0 ? bytesAtOnce : firstMark(quotes);
+}
 
 /// The end of the string, number or word at `at`; null when there is none.
 const char* jsonScalarEnd(const char* at);
