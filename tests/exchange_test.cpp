@@ -119,6 +119,31 @@ TEST_F(Exchange, EveryType) {
   }
 }
 
+// Where operator new fails on the way, the exception reaches the caller, nothing was written or counted, and the next try
+// works.
+TEST_F(Exchange, SendingWithoutMemory) {
+  for (const auto& row : rows) {
+    startOver();
+    bool failed = true;
+    int n = 0;
+    for (; failed && n < 100; ++n) {
+      fake::failNewAfter(n);
+      failed = false;
+      try {
+        row.send();
+      } catch (const std::bad_alloc&) {
+        failed = true;
+      }
+      fake::failNewAfter(-1);
+      EXPECT_EQ(platform().written.size(), failed ? 0U : 1U) << row.what << ", operator new " << n;
+      EXPECT_EQ(platform().counters.empty(), failed || row.counter == 0) << row.what << ", operator new " << n;
+    }
+    EXPECT_FALSE(failed) << row.what;
+    if (n == 1) GTEST_SKIP() << "operator new is not the tests' own, as under valgrind";
+    EXPECT_EQ(row.send(), 0U);
+  }
+}
+
 // The examples of the page on messages are received without complaint.
 TEST_F(Exchange, DocumentedExamples) {
   std::ifstream page(OVK_MESSAGES_PAGE);
