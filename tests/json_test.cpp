@@ -94,6 +94,31 @@ TEST(Json, LookUpsInAnyOrder) {
   EXPECT_TRUE(json.GetValueAsBool("a.d", flag));
 }
 
+// Arrays are read ahead of those who ask in order; that must not show.
+TEST(Json, ArraysElementByElement) {
+  std::vector<int> values(1100);
+  std::string text = "{\"w\":[";
+  for (int i = 0; i < static_cast<int>(values.size()); ++i) {
+    int& value = values[static_cast<std::size_t>(i)];
+    value = i % 97 == 5 ? -i : i % 89 == 0 ? 12345678 : i % 83 == 0 ? 0 : i * i % 65536;
+    text += (i == 0 ? "" : i % 31 == 0 ? " , " : ",") + std::to_string(value);
+  }
+  const auto path = [](int index) { return "w[" + std::to_string(index) + "]"; };
+  for (const char* ending : {"]}", ",\"no number\"]}"}) {
+    Json json;
+    json.load(text + ending);
+    for (const int step : {1, 1, -1, 7, 1}) {
+      for (int i = step < 0 ? 1099 : 0; i >= 0 && i < 1100; i += step) {
+        int value = 0;
+        ASSERT_TRUE(json.GetValueAsInt(path(i), &value) && value == values[static_cast<std::size_t>(i)]) << i;
+        if (i % 100 == 0) EXPECT_FALSE(json.GetValueAsInt("w[" + std::to_string(i + 1) + "}", &value)) << i;
+      }
+      int untouched = 7;
+      EXPECT_FALSE(json.GetValueAsInt("w[1100]", &untouched) || untouched != 7);
+    }
+  }
+}
+
 TEST(Json, DeepPathsAndCopies) {
   Json json;
   json.load(R"([[[[[[[[[1,2,{"x":[3,4]}]]]]]]]]])");

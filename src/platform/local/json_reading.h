@@ -34,9 +34,9 @@ public:
   }
 
 private:
-  // Digit by digit: a processor has to wait for a word of which one byte was written just before.
+  // Character by character: a processor has to wait for a word of which one byte was written just before.
   bool endsAsNext(const char* path) const {
-    std::size_t i = pathLength_ - 2;
+    std::size_t i = pathLength_ - 1;
     while (path[i] == path_[i] && i >= indexAt_) --i;
     return i < indexAt_;
   }
