@@ -86,10 +86,9 @@ int ReadChannel::read(void* buffer, unsigned size) {
 
 // Fills the list of connections to be emptied; false when there are none.
 bool ReadChannel::look() {
-  if (paused_) acceptOne();
   epoll_event events[mostEvents];
   const int count = uninterrupted([&] { return ::epoll_wait(events_.get(), events, mostEvents, 0); });
-  knocked_ = false;
+  knocked_ = paused_; // perhaps: nothing tells of it
   for (int i = 0; i < count; ++i) {
     if (events[i].data.fd == listener_.get()) {
       knocked_ = true;
