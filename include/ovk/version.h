@@ -4,4 +4,7 @@
 #define OVK_VERSION_MAJOR 1
 #define OVK_VERSION_MINOR 0
 #define OVK_VERSION_PATCH 0
-#define OVK_VERSION "1.0.0"
+
+#define OVK_TEXT_OF(number) #number
+#define OVK_VERSION_OF(major, minor, patch) OVK_TEXT_OF(major) "." OVK_TEXT_OF(minor) "." OVK_TEXT_OF(patch)
+#define OVK_VERSION OVK_VERSION_OF(OVK_VERSION_MAJOR, OVK_VERSION_MINOR, OVK_VERSION_PATCH) ///< like "1.0.0"

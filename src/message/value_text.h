@@ -38,6 +38,9 @@ private:
     digits = high | (digits - high * 10) << 8;                                            // eight digits
     const auto zeros = static_cast<unsigned>(__builtin_ctzll(digits | 1ULL << 56)) & ~7U; // in front, of the last stays
     digits = (digits | 0x3030303030303030) >> zeros;
+#if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    digits = __builtin_bswap64(digits);
+#endif
     std::memcpy(text_, &digits, sizeof digits);
     length_ = 8 - zeros / 8;
   }
