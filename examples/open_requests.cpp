@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <map>
@@ -26,7 +27,7 @@ public:
   /// Enters a request. The reference returned, to be sent with it, is new: an answer to an earlier process of this
   /// identifier must not be taken for one of ours.
   std::string open(const std::string& device, Clock::duration patience) {
-    const std::string refId = std::to_string(::getpid()) + '-' + std::to_string(++last_);
+    std::string refId = std::to_string(::getpid()) + '-' + std::to_string(++last_);
     requests_[refId] = {device, Clock::now() + patience};
     return refId;
   }
@@ -87,12 +88,10 @@ int onAnswer(void* data, unsigned /*length*/) {
 }
 
 void ask(const std::string& question) {
-  constexpr auto patience = std::chrono::seconds(2);
-  const std::size_t colon = std::min(question.find(':'), question.size());
-  const std::string device = question.substr(0, colon);
-  const int address = colon == question.size() ? 0 : std::stoi(question.substr(colon + 1));
-  const std::string refId = openRequests.open(device, patience);
-  const unsigned status = ovk_ReadRegisters(device.c_str(), refId.c_str(), address, 1, -1, 0);
+  const std::string device = question.substr(0, question.find(':'));
+  const auto address = std::strtol(question.c_str() + std::min(device.size() + 1, question.size()), nullptr, 10);
+  const std::string refId = openRequests.open(device, std::chrono::seconds(2));
+  const unsigned status = ovk_ReadRegisters(device.c_str(), refId.c_str(), static_cast<int>(address), 1, -1, 0);
   if (status == ovk_Status_Done) return;
   openRequests.close(refId.c_str(), device.c_str()); // nothing was sent, so nothing will come
   fail(device, "not sent, status " + std::to_string(status));
