@@ -27,6 +27,7 @@ void workForASecond() {
 } // namespace
 
 int main(int argc, char* argv[]) {
+  std::setvbuf(stdout, nullptr, _IONBF, 0); // in step with the trace
   const char* own = argc > 1 ? argv[1] : "VR001_00001_0000000000C1";
   const char* device = argc > 2 ? argv[2] : own;
   std::printf("start         status %u\n", ovk_Init(true, own, nullptr, nullptr, nullptr));
