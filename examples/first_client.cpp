@@ -1,4 +1,4 @@
-// Asks a device for four registers and prints them:  first_client DEVICE
+// Asks a device for four registers and prints them:  first_client DEVICE [BUS-DIRECTORY]
 #include <ovk/local_platform.h>
 #include <ovk/ovk.h>
 #include <poll.h>
@@ -24,8 +24,9 @@ int onAnswer(void* data, unsigned /*length*/) {
 
 } // namespace
 
-int main(int /*argc*/, char* argv[]) {
+int main(int argc, char* argv[]) {
   device = argv[1];
+  if (argc > 2) ovk_local_set_bus_directory(argv[2]);
   ovk_Init(true, "VR001_00001_0000000000C1", nullptr, nullptr, nullptr);
   unsigned status = ovk_RegisterForService(ovk_Service_RegisterReadClient, reinterpret_cast<void*>(onAnswer), nullptr,
                                            nullptr, nullptr);

@@ -1,4 +1,4 @@
-// A device with registers 100 to 115 that answers until the process is ended:  first_server
+// A device with registers 100 to 115 that answers until the process is ended:  first_server [BUS-DIRECTORY]
 #include <ovk/local_platform.h>
 #include <ovk/ovk.h>
 #include <poll.h>
@@ -25,7 +25,8 @@ int onReadRequest(void* data, unsigned /*length*/) {
 
 } // namespace
 
-int main() {
+int main(int argc, char* argv[]) {
+  if (argc > 1) ovk_local_set_bus_directory(argv[1]);
   const char* own = "VR002_00002_0000000000D2";
   ovk_Init(true, own, nullptr, nullptr, nullptr);
   const unsigned status = ovk_RegisterForService(ovk_Service_RegisterReadServer, reinterpret_cast<void*>(onReadRequest),

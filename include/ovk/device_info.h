@@ -1,10 +1,12 @@
 #pragma once
 
+/// @file
+/// Device information: the register layout of a participant, as client and as server.
+
 #include "ovk/export.h"
 
-/// Most tag register blocks and reserved register blocks of one device information.
-constexpr int ovk_MaxTagRegBlocks = 10;
-constexpr int ovk_MaxResRegBlocks = 4;
+constexpr int ovk_MaxTagRegBlocks = 10; ///< most tag register blocks of one device information
+constexpr int ovk_MaxResRegBlocks = 4;  ///< most reserved register blocks of one
 
 /// Asks another participant to describe its register layout.
 ///

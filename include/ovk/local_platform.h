@@ -6,58 +6,59 @@
 
 #include "ovk/export.h"
 
-// The bundled platform: a bus for the processes of one machine, for development and tests. It needs no daemon and reads
-// no environment variable; participants meet in a directory, the bus directory. On a controller, whose own services
-// take its place, nothing of this header exists.
-//
-// Participants. A process takes part under the identifier of ovk_Init() from its first registration with the bus
-// enabled until ovk_QMXBusShutdown() or its end. While it does, a second process of the same identifier gets no
-// channels (status 8). Whatever way it ends, its identifier is free at once; what a killed process left in the
-// directory is removed by the next one that joins. A forked child that never calls exec keeps its parent's identifier
-// taken.
-//
-// Messages. Between two participants messages keep their order and their boundaries, and they are lost only when their
-// reader closes or dies with messages unread. Requests go to the controller that they name, or to that of the
-// destination; responses go to the controller of the requester; the own controller is a valid target. A write fails,
-// with a level 2 trace line, when the target does not run or has too many unread messages from this process. Measured
-// on Linux 6 with send buffers of 208 KB, the usual limit, and of 1 MB, where root or a higher limit allows it, a
-// channel holds so many unread messages of each writer:
-//
-//   bytes a message          300   4096   12288   16383
-//   208 KB                   333     51      26      21
-//   1 MB                    1639    249     127     102
-//
-// Topology records (ovk_topology_get_list(), ovk_topology_cfg_get_static_device_list() and the third topology
-// callback):
-//
-//            controller                                   sensor or static device
-//   attr1    fusion identifier                            fusion identifier
-//   attr2    name                                         name
-//   attr3    model                                        model
-//   attr4    version                                      "online" or "offline", as its controller
-//   attr5    "online" or "offline"                        -
-//   kind     1 running, 2 configured or left by a crash   -
-//
-// Texts that nobody gave are empty. Records are sorted by identifier, sensors too. Running controllers, the own one
-// among them, are found by themselves; a controller's parent is itself. The rest comes from an optional file in the bus
-// directory, topology.json, in which all members but "fid" and "parent" may be missing:
-//
-//   {"controllers": [{"fid": "VR001_00001_0000000000AA", "name": "Boiler room", "model": "C4", "version": "2.1",
-//                     "sensors": [{"fid": "VR001_00002_0000000000AB", "name": "Flow", "model": "S1"}]}],
-//    "static": [{"parent": "VR001_00001_0000000000AA", "fid": "VR001_00003_0000000000AC", "name": "Pump"}]}
-//
-// Each identifier occurs once. A file with a fault (an unknown member, too) is ignored as a whole, with one level 2
-// trace line that names the member; the static device list cannot be had then. Texts stand as they stand between their
-// quotes. Who joins, leaves or edits is seen at the next call; a process killed, or a file written in place, within a
-// second. ovk_DoWork() then hands the new list to the third topology callback; it never calls the first two.
-//
-// The static device functions take the controller, the device and, in the first form, its name; without a name, a known
-// device keeps its own. They return 1 when the change is on the disk; otherwise 0, with a level 2 trace line that says
-// why: a text that cannot stand in the file, an identifier that occurs in it already, nothing to delete, or a file with
-// a fault, which is left alone. Several processes may edit at once. The selector of the static list is a controller's
-// identifier, or empty for all; only controllers with static devices are listed.
-//
-// The two bus statistics are the messages that this process's channels delivered, and those that they received.
+/// @file
+/// The bundled platform: a bus for the processes of one machine, for development and tests. It needs no daemon and reads
+/// no environment variable; participants meet in a directory, the bus directory. On a controller, whose own services
+/// take its place, nothing of this header exists.
+///
+/// Participants. A process takes part under the identifier of ovk_Init() from its first registration with the bus
+/// enabled until ovk_QMXBusShutdown() or its end. While it does, a second process of the same identifier gets no
+/// channels (status 8). Whatever way it ends, its identifier is free at once; what a killed process left in the
+/// directory is removed by the next one that joins. A forked child that never calls exec keeps its parent's identifier
+/// taken.
+///
+/// Messages. Between two participants messages keep their order and their boundaries, and they are lost only when their
+/// reader closes or dies with messages unread. Requests go to the controller that they name, or to that of the
+/// destination; responses go to the controller of the requester; the own controller is a valid target. A write fails,
+/// with a level 2 trace line, when the target does not run or has too many unread messages from this process. Measured
+/// on Linux 6 with send buffers of 208 KB, the usual limit, and of 1 MB, where root or a higher limit allows it, a
+/// channel holds so many unread messages of each writer:
+///
+///     bytes a message          300   4096   12288   16383
+///     208 KB                   333     51      26      21
+///     1 MB                    1639    249     127     102
+///
+/// Topology records (ovk_topology_get_list(), ovk_topology_cfg_get_static_device_list() and the third topology
+/// callback):
+///
+///              controller                                   sensor or static device
+///     attr1    fusion identifier                            fusion identifier
+///     attr2    name                                         name
+///     attr3    model                                        model
+///     attr4    version                                      "online" or "offline", as its controller
+///     attr5    "online" or "offline"                        -
+///     kind     1 running, 2 configured or left by a crash   -
+///
+/// Texts that nobody gave are empty. Records are sorted by identifier, sensors too. Running controllers, the own one
+/// among them, are found by themselves; a controller's parent is itself. The rest comes from an optional file in the bus
+/// directory, topology.json, in which all members but "fid" and "parent" may be missing:
+///
+///     {"controllers": [{"fid": "VR001_00001_0000000000AA", "name": "Boiler room", "model": "C4", "version": "2.1",
+///                       "sensors": [{"fid": "VR001_00002_0000000000AB", "name": "Flow", "model": "S1"}]}],
+///      "static": [{"parent": "VR001_00001_0000000000AA", "fid": "VR001_00003_0000000000AC", "name": "Pump"}]}
+///
+/// Each identifier occurs once. A file with a fault (an unknown member, too) is ignored as a whole, with one level 2
+/// trace line that names the member; the static device list cannot be had then. Texts stand as they stand between their
+/// quotes. Who joins, leaves or edits is seen at the next call; a process killed, or a file written in place, within a
+/// second. ovk_DoWork() then hands the new list to the third topology callback; it never calls the first two.
+///
+/// The static device functions take the controller, the device and, in the first form, its name; without a name, a known
+/// device keeps its own. They return 1 when the change is on the disk; otherwise 0, with a level 2 trace line that says
+/// why: a text that cannot stand in the file, an identifier that occurs in it already, nothing to delete, or a file with
+/// a fault, which is left alone. Several processes may edit at once. The selector of the static list is a controller's
+/// identifier, or empty for all; only controllers with static devices are listed.
+///
+/// The two bus statistics are the messages that this process's channels delivered, and those that they received.
 
 /// Chooses the bus directory. Call it before ovk_Init(): open channels stay where they are. The default is "ovk-" and
 /// the user's number in /tmp.
@@ -99,7 +100,7 @@ OVK_API int ovk_local_wait_descriptor();
 struct ovk_local_counter_t {
   int number;          ///< as in the list of bus counters
   const char* meaning; ///< what it counts, in a few words
-  uint32_t value;
+  uint32_t value;      ///< how often, since the start
 };
 
 /// Reads the bus counters of a participant of this machine, from outside while it runs. They are there from its

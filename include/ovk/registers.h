@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Register access, as client and as server.
+
 #include <cstdint>
 
 #include "ovk/export.h"

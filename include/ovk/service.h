@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Start, registration, periodic work, stop.
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -48,7 +51,7 @@ extern OVK_API std::vector<OrvaneServiceRegistration_t> OrvaneServices;
 /// @param busEnabled whether registrations open transfer channels and ovk_DoWork() reads them. Taken over even when the
 ///                   identifier is refused.
 /// @param myFid      own fusion identifier, exactly 24 characters; copied. Null is invalid.
-/// @param callback1  handed to the topology service unchanged, as the next two; null is allowed.
+/// @param callback1, callback2, callback3 handed to the topology service unchanged; null is allowed.
 /// @return 0 started (whatever the topology service and the shared memory answered); 2 identifier invalid, nothing
 ///         started.
 OVK_API unsigned ovk_Init(bool busEnabled, const char* myFid, p_TopologyCallback1 callback1,
@@ -59,8 +62,8 @@ OVK_API unsigned ovk_Init(bool busEnabled, const char* myFid, p_TopologyCallback
 ///
 /// @param service           0 to 7.
 /// @param p_ServiceCallback an `ovk_ServiceCallback_t`, as an untyped pointer.
-/// @param p_UserContext     stored in `OrvaneServices` for the application, as the next two; may be null.
-/// @param p_UserString1     stored as a pointer: keep the text alive as long as you want it kept.
+/// @param p_UserContext     stored in `OrvaneServices` for the application; may be null.
+/// @param p_UserString1, p_UserString2 likewise, as pointers: keep the texts alive as long as you want them kept.
 /// @return 0 registered; 6 callback null (checked first); 2 service out of range; 8 a transfer channel could not be
 ///         created: the entry stays filled in. On 6 and 2 `OrvaneServices` was not touched.
 OVK_API unsigned ovk_RegisterForService(ovk_Service_t service, void* p_ServiceCallback, void* p_UserContext,
@@ -70,7 +73,7 @@ OVK_API unsigned ovk_RegisterForService(ovk_Service_t service, void* p_ServiceCa
 /// (channel 1), then every waiting request (channel 2), and calls the callbacks; then, bus or not, it lets the topology
 /// service work. Never waits. Messages that cannot be read, or that nobody registered for, are traced and dropped.
 ///
-/// @param callback1 handed to the topology service unchanged, as the next two; null is allowed.
+/// @param callback1, callback2, callback3 handed to the topology service unchanged; null is allowed.
 OVK_API void ovk_DoWork(p_TopologyCallback1 callback1, p_TopologyCallback2 callback2, p_TopologyCallback3 callback3);
 
 /// Destroys the transfer channels 0 to 3, whether or not they were created. Registrations, the bus-enabled flag and the

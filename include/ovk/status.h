@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// The results of the exported functions.
+
 /// Results of the exported functions of the service core and of the message families. They return plain `unsigned`;
 /// these are the names of the values.
 enum ovk_Status_t : unsigned {

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Tag access, as client and as server.
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -15,13 +18,13 @@ enum ovk_TagType_t : int32_t {
 /// A tag selector, as a client names a tag.
 struct DevTagDevInfoTag {
   int32_t tag_type; ///< an `ovk_TagType_t`; other values are sent unchanged
-  uint16_t tag_num;
+  uint16_t tag_num; ///< its number
 };
 
 /// A tag selector, as a server receives it.
 struct Tag_t {
-  int32_t tag_type;
-  uint16_t tag_num;
+  int32_t tag_type; ///< as received
+  uint16_t tag_num; ///< its number
 };
 
 /// One tag value. Which member of `data` holds it is told by `idd`: 0 `f`; 1 `ui`; 2, 5, 8 and 9 `i`; 4 `str`; any
@@ -35,12 +38,12 @@ struct _TagItem_t { // NOLINT(bugprone-reserved-identifier): the name is part of
     float f; ///< travels as text with six decimals
     uint32_t ui;
     int32_t i;
-    char str[20]; ///< at most 19 characters and NUL, without '"' or '\'; only the first word arrives
-  } data;
+    char str[20];   ///< at most 19 characters and NUL, without '"' or '\'; only the first word arrives
+  } data;           ///< the value
   int32_t startReg; ///< first register of the tag's value
   int32_t regLen;   ///< number of registers of the tag's value
 };
-using TagItem_t = _TagItem_t;
+using TagItem_t = _TagItem_t; ///< the name to use
 
 /// Takes a tag selector from a configuration item, the JSON text
 /// `{"telegram":[{"fid":"...","portlist":[{"tag":17}]}]}` with "tag" (a tag of a port) or "deviceinfo" (a

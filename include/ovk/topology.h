@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// The view of the bus, and the static device configuration.
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -9,28 +12,30 @@
 /// One sensor below a controller. What the texts mean is the topology service's affair; for the bundled one see
 /// ovk/local_platform.h.
 struct ovk_topology_sensor_t {
-  std::string attr1;
-  std::string attr2;
-  std::string attr3;
-  std::string attr4;
+  std::string attr1; ///< the bundled service: fusion identifier
+  std::string attr2; ///< the bundled service: name
+  std::string attr3; ///< the bundled service: model
+  std::string attr4; ///< the bundled service: "online" or "offline"
 };
 
 /// One controller with its sensors, a plain copy that belongs to the application.
 struct ovk_topology_controller_t {
-  std::string attr1;
-  std::string attr2;
-  std::string attr3;
-  std::string attr4;
-  int32_t kind = 0; ///< 1 or 2 as the topology service gave it, 0 for anything else
-  std::string attr5;
+  std::string attr1;                          ///< the bundled service: fusion identifier
+  std::string attr2;                          ///< the bundled service: name
+  std::string attr3;                          ///< the bundled service: model
+  std::string attr4;                          ///< the bundled service: version
+  int32_t kind = 0;                           ///< 1 or 2 as the topology service gave it, 0 for anything else
+  std::string attr5;                          ///< the bundled service: "online" or "offline"
   std::vector<ovk_topology_sensor_t> sensors; ///< in the topology service's order
 };
 
-/// Application functions that the library never calls itself: it hands them to the topology service at ovk_Init() and
-/// at every ovk_DoWork(). What they mean is that service's affair. Null is allowed.
+/// The first of three application functions that the library never calls itself: it hands them to the topology service at
+/// ovk_Init() and at every ovk_DoWork(). What they mean is that service's affair. Null is allowed.
 using p_TopologyCallback1 = unsigned int (*)(const char*, const char*, const char*, unsigned int, char*);
+/// The second of them.
 using p_TopologyCallback2 = int (*)(std::string&, std::string&, std::string&, std::vector<std::string>&,
                                     std::vector<std::string>&, std::vector<std::string>&, std::vector<std::string>&);
+/// The third of them, the only one that the bundled service calls: with the new list, after a change.
 using p_TopologyCallback3 = unsigned int (*)(std::vector<ovk_topology_controller_t>&);
 
 /// Finds the controller at which a sensor is reached.
