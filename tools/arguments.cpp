@@ -1,7 +1,6 @@
 // The texts of the command line: identifiers, register areas, assignments, tags, seconds.
 //
-// A number is decimal, or hexadecimal after "0x", and always the whole text: "12x", "+1" and " 1" are refused rather
-// than half understood. Nothing here looks at the locale.
+// How numbers are written, notation.cpp tells. Nothing here looks at the locale.
 
 #include "arguments.h"
 
@@ -27,13 +26,8 @@ bool fitsShape(char c, char shape) {
 }
 
 std::optional<int> number(std::string_view text, int least, int most) {
-  const bool hexadecimal = text.substr(0, 2) == "0x" || text.substr(0, 2) == "0X";
-  if (hexadecimal) text.remove_prefix(2);
-  unsigned value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, hexadecimal ? 16 : 10);
-  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-  if (value < static_cast<unsigned>(least) || value > static_cast<unsigned>(most)) return std::nullopt;
-  return static_cast<int>(value);
+  const auto value = wholeNumber(text, least, most);
+  return value ? std::optional(static_cast<int>(*value)) : std::nullopt;
 }
 
 [[noreturn]] void refuse(const std::string& text, const std::string& why) {
@@ -54,18 +48,20 @@ void requireIdentifier(const std::string& text) {
   if (!isIdentifier(text)) refuse(text, "is not an identifier; write it like VR017_00042_00A0B1C2D3E4");
 }
 
-Area parseArea(const std::string& text) {
+Area parseArea(const std::string& text, const Notation& notation) {
   const size_t colon = text.find(':');
   const auto start = number(std::string_view(text).substr(0, colon), 0, kAddressCount - 1);
   if (!start) refuse(text, "is not a register area; write START[:COUNT], START from 0 to 65535, like 100:4 or 0x64");
-  if (colon == std::string::npos) return {*start, 1};
-  const auto count = number(std::string_view(text).substr(colon + 1), 1, ovk_MaxRegistersPerArea);
-  if (!count) refuse(text, "asks for an impossible number of registers; COUNT goes from 1 to 1024, like 100:4");
+  const bool counted = colon != std::string::npos;
+  const auto count =
+      counted ? number(std::string_view(text).substr(colon + 1), 1, kAddressCount) : std::optional(notation.width());
+  if (!count) refuse(text, "asks for an impossible number of registers; COUNT goes from 1 to 65536, like 100:4");
+  if (*count % notation.width() != 0) refuse(text, "has an odd number of registers; each value takes two");
   if (*start + *count > kAddressCount) refuse(text, "goes past register 65535; lower the count");
   return {*start, *count};
 }
 
-Assignment parseAssignment(const std::string& text) {
+Assignment parseAssignment(const std::string& text, const Notation& notation) {
   const size_t equals = text.find('=');
   if (equals == std::string::npos) refuse(text, "assigns nothing; write START=VALUE[,VALUE]..., like 100=1,0x2F");
   const auto start = number(std::string_view(text).substr(0, equals), 0, kAddressCount - 1);
@@ -73,14 +69,15 @@ Assignment parseAssignment(const std::string& text) {
   Assignment assignment{*start, {}};
   for (size_t from = equals + 1; from <= text.size();) {
     const size_t comma = std::min(text.find(',', from), text.size());
-    const auto value = number(std::string_view(text).substr(from, comma - from), 0, 65535);
-    if (!value) refuse(text, "has a value that is not a number from 0 to 65535; write it like 100=1,0x2F");
-    assignment.values.push_back(static_cast<uint16_t>(*value));
+    const std::string_view value = std::string_view(text).substr(from, comma - from);
+    const auto words = notation.wordsOf(value);
+    if (!words) refuse(text, "has a value '" + printable(value) + "' that is not " + notation.range());
+    assignment.values.insert(assignment.values.end(), words->begin(), words->end());
     from = comma + 1;
   }
   const size_t count = assignment.values.size();
   if (count > ovk_MaxRegistersPerArea)
-    refuse(text.substr(0, 20) + "...", "has more than 1024 values; write them in two");
+    refuse(text.substr(0, 20) + "...", "needs more than 1024 registers; write them in two");
   if (static_cast<size_t>(*start) + count > kAddressCount) refuse(text, "goes past register 65535; give fewer values");
   return assignment;
 }

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "notation.h"
 #include "ovk/ovk.h"
 
 namespace tool {
@@ -29,8 +30,9 @@ bool isIdentifier(std::string_view text);
 
 /// Each parser throws a Failure (usage) that names the text, what is wrong with it, and a valid example.
 void requireIdentifier(const std::string& text);
-Area parseArea(const std::string& text);
-Assignment parseAssignment(const std::string& text);
+/// Without a count, the area of one value.
+Area parseArea(const std::string& text, const Notation& notation = {});
+Assignment parseAssignment(const std::string& text, const Notation& notation = {});
 DevTagDevInfoTag parseTag(const std::string& text);
 std::chrono::milliseconds parseSeconds(const std::string& text);
 

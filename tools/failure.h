@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace tool {
 
@@ -14,14 +15,24 @@ enum ExitCode : int {
   Exit_Unknown = 4,  ///< not in the topology
   Exit_NoAnswer = 5, ///< no answer in time
   Exit_NotSent = 7,  ///< the request could not be sent
-  Exit_NoBus = 8     ///< the bus could not be opened
+  Exit_NoBus = 8,    ///< the bus could not be opened
+  Exit_Signal = 128  ///< to which the signal's number is added
 };
 
-/// Ends a command: main() prints the text, one line, and exits with the code.
+/// Ends a command: main() prints the text, one line, and exits with the code. Without a text all was said already.
 class Failure : public std::runtime_error {
 public:
   Failure(ExitCode exitCode, const std::string& text) : std::runtime_error(text), code(exitCode) {}
-  const ExitCode code;
+  ExitCode code;
+};
+
+/// A device's refusal, with what only its answer tells.
+class RefusalFailure : public Failure {
+public:
+  RefusalFailure(std::string fid, std::string reference, std::string why)
+      : Failure(Exit_Refused, fid + " refused: " + why), source(std::move(fid)), refId(std::move(reference)),
+        reason(std::move(why)) {}
+  std::string source, refId, reason;
 };
 
 } // namespace tool

@@ -19,11 +19,12 @@ namespace {
 
 constexpr const char* kFooter = R"(Exit codes: 0 done, 1 other (unusable file or answer, output not written),
 2 usage or invalid identifier, 3 the device refused, 4 not in the topology,
-5 no answer in time, 7 could not be sent, 8 the bus could not be opened.
+5 no answer in time, 7 could not be sent, 8 the bus could not be opened,
+130 and 143 ended by SIGINT and SIGTERM (which are the normal end of sim: 0).
 
 Examples:
   ovk topology
-  ovk read VR017_00042_00A0B1C2D3E4 100:4
+  ovk read VR017_00042_00A0B1C2D3E4 100:4 --json
   ovk sim --help)";
 
 /// An identifier that no other process has: the process number for the eye, random digits against chance.
@@ -38,9 +39,13 @@ std::string ownIdentifier() {
 struct SharedOptions {
   BusOptions bus;
   std::string timeout = "2";
+  bool json = false;
+  bool quiet = false;
 };
 
 void addSharedOptions(CLI::App& app, SharedOptions& shared) {
+  CLI::Option* json = app.add_flag("--json", shared.json, "Print each result, and failure, as a line of JSON");
+  app.add_flag("-q,--quiet", shared.quiet, "Print nothing but values")->excludes(json);
   app.add_option("--bus", shared.bus.directory, "Bus directory; default: one of your own in /tmp")->type_name("DIR");
   app.add_option("--id", shared.bus.id, "Own identifier; default: one made for this process")->type_name("FID");
   app.add_option("--timeout", shared.timeout, "Time to wait for an answer; default: 2")->type_name("SEC");
@@ -75,6 +80,7 @@ std::string usageComplaint(const CLI::App& app, const CLI::ParseError& error) {
 BusOptions checked(SharedOptions& shared, bool idGiven) {
   shared.bus.timeout = parseSeconds(shared.timeout);
   shared.bus.idGiven = idGiven;
+  shared.bus.form = shared.json ? Form::Json : shared.quiet ? Form::Values : Form::Table;
   if (!shared.bus.idGiven) shared.bus.id = ownIdentifier();
   requireIdentifier(shared.bus.id);
   return shared.bus;
@@ -97,7 +103,7 @@ CommandLine parseCommandLine(int argc, const char* const* argv) {
   app.require_subcommand(1);
   styleHelp(app);
   for (const auto add : {addSimCommand, addReadCommand, addWriteCommand, addTagsCommand, addInfoCommand,
-                         addTopologyCommand, addCountersCommand}) {
+                         addTopologyCommand, addCountersCommand, addMonitorCommand}) {
     add(app, chosen);
   }
   try {

@@ -30,6 +30,7 @@ void addTagsCommand(CLI::App& app, Action& chosen);
 void addInfoCommand(CLI::App& app, Action& chosen);
 void addTopologyCommand(CLI::App& app, Action& chosen);
 void addCountersCommand(CLI::App& app, Action& chosen);
+void addMonitorCommand(CLI::App& app, Action& chosen);
 
 /// A new subcommand of `app`, with which options of `app` may follow the subcommand's name too. Its help ends with
 /// `examples`, a line each.

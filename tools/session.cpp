@@ -6,8 +6,11 @@
 
 #include "session.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <climits>
+#include <csignal>
 #include <poll.h>
 #include <unistd.h>
 
@@ -69,7 +72,7 @@ void Session::registerService(ovk_Service_t service, ovk_ServiceCallback_t callb
       ovk_RegisterForService(service, reinterpret_cast<void*>(callback), receiver, nullptr, nullptr);
   if (firstTrace.empty()) firstTrace.swap(before);
   if (status == ovk_Status_Done) return;
-  throw Failure(Exit_NoBus, "the bus in " + ovk_local_bus_directory() + " could not be opened as " + opts.id + why());
+  throw Failure(Exit_NoBus, "the bus in " + ovk_local_bus_directory() + " could not be opened" + why());
 }
 
 std::vector<ovk_topology_controller_t> Session::topology() const {
@@ -95,8 +98,8 @@ void Session::exchange(const Reply& reply, const std::function<unsigned()>& send
   const std::vector<uint32_t> errorsBefore = errorCounters();
   firstTrace.clear(); // it was about earlier attempts
   requireSent(reply.source, send());
-  if (!waitFor(reply.arrived)) failSilent(reply, errorsBefore);
-  if (reply.refused) throw Failure(Exit_Refused, reply.source + " refused: " + printable(reply.reason));
+  if (!waitFor(reply.arrived, Clock::now() + opts.timeout)) failSilent(reply, errorsBefore);
+  if (reply.refused) throw RefusalFailure(reply.source, reply.refId, printable(reply.reason));
 }
 
 void Session::requireSent(const std::string& fid, unsigned status) const {
@@ -107,17 +110,29 @@ void Session::requireSent(const std::string& fid, unsigned status) const {
   throw Failure(Exit_NotSent, "the request could not be sent to " + fid + "; is it running?" + why());
 }
 
-bool Session::waitFor(const bool& arrived) {
-  const auto deadline = Clock::now() + opts.timeout;
-  pollfd waiting{ovk_local_wait_descriptor(), POLLIN, 0};
+bool Session::waitFor(const bool& arrived, Clock::time_point deadline) {
   for (;;) {
     work();
     if (arrived) return true;
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
     if (left <= 0) return false;
-    // A signal that was handled cuts a wait short, no more.
-    if (poll(&waiting, 1, static_cast<int>(left)) < 0 && errno != EINTR) return false;
+    if (!pause(left)) failStopped();
   }
+}
+
+void Session::workUntil(Clock::time_point time) { waitFor(false, time); }
+
+bool Session::pause(int64_t milliseconds) const {
+  const int time = static_cast<int>(std::min<int64_t>(milliseconds, INT_MAX));
+  pollfd awaited[] = {{ovk_local_wait_descriptor(), POLLIN, 0}, {stop.descriptor(), POLLIN, 0}};
+  // A signal that was handled cuts a wait short, no more.
+  if (poll(awaited, 2, time) < 0 && errno != EINTR) throw Failure(Exit_Other, "cannot wait for messages");
+  return awaited[1].revents == 0;
+}
+
+void Session::failStopped() const {
+  const int signal = stop.take();
+  throw Failure(static_cast<ExitCode>(Exit_Signal + signal), signal == SIGINT ? "interrupted" : "terminated");
 }
 
 void Session::failSilent(const Reply& reply, const std::vector<uint32_t>& errorsBefore) const {

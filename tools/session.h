@@ -5,7 +5,9 @@
 #include <string>
 #include <utility>
 
+#include "output.h"
 #include "ovk/ovk.h"
+#include "stop_signal.h"
 
 namespace tool {
 
@@ -16,6 +18,7 @@ struct BusOptions {
   bool idGiven = false;  ///< by the user; else made for this process alone
   std::chrono::milliseconds timeout{2000};
   int verbose = 0;
+  Form form = Form::Table;
 };
 
 /// What is known of the answer to one request.
@@ -37,7 +40,8 @@ struct Reply {
   }
 };
 
-/// This process's part in the bus, from initialisation to shutdown. One at a time.
+/// This process's part in the bus, from initialisation to shutdown. One at a time. SIGINT and SIGTERM end a wait, and
+/// with it the session in good order.
 class Session {
 public:
   explicit Session(BusOptions busOptions);
@@ -65,6 +69,12 @@ public:
   /// Fails unless the topology knows the participant.
   void requireKnown(const std::string& fid) const;
   void work() { ovk_DoWork(nullptr, nullptr, nullptr); }
+  /// Waits for messages, at most so many milliseconds (without end when negative). False when the process is to end.
+  bool pause(int64_t milliseconds) const;
+  /// Works until then.
+  void workUntil(std::chrono::steady_clock::time_point time);
+  /// Ends the command as the signal wants it.
+  [[noreturn]] void failStopped() const;
   /// The bus's view of itself, without the passing participant that this process may be.
   std::vector<ovk_topology_controller_t> topology() const;
   /// Trace lines are kept until something fails, unless --verbose or this says otherwise.
@@ -92,13 +102,14 @@ private:
 
   void registerService(ovk_Service_t service, ovk_ServiceCallback_t callback, void* receiver);
   void exchange(const Reply& reply, const std::function<unsigned()>& send);
-  bool waitFor(const bool& arrived);
+  bool waitFor(const bool& arrived, std::chrono::steady_clock::time_point deadline);
   void requireSent(const std::string& fid, unsigned status) const;
   [[noreturn]] void failSilent(const Reply& reply, const std::vector<uint32_t>& errorsBefore) const;
   std::vector<uint32_t> errorCounters() const;
   std::string nextReference();
   static void keepTrace(const char* line, unsigned length, void* session);
 
+  StopSignal stop; // before the bus is opened: an early SIGTERM must leave nothing behind
   BusOptions opts;
   std::string firstTrace; ///< of what is being tried
   unsigned requests = 0;

@@ -5,17 +5,14 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cerrno>
 #include <iostream>
 #include <optional>
-#include <poll.h>
 
 #include "device_file.h"
 #include "failure.h"
 #include "options.h"
 #include "ovk/local_platform.h"
 #include "sim_server.h"
-#include "stop_signal.h"
 
 namespace tool {
 namespace {
@@ -49,9 +46,13 @@ std::vector<DeviceDescription> loadAll(const Arguments& arguments) {
   return devices;
 }
 
-void printChecked(const std::vector<DeviceDescription>& devices, const Arguments& arguments) {
+void printChecked(const std::vector<DeviceDescription>& devices, const Arguments& arguments, Form form) {
   for (size_t i = 0; i < devices.size(); ++i) {
-    std::cout << arguments.files[i] << ": good, " << devices[i].fid << '\n';
+    if (form == Form::Json) {
+      putJson(ownResult({{"file", arguments.files[i]}, {"fid", devices[i].fid}}));
+    } else {
+      std::cout << (form == Form::Table ? arguments.files[i] + ": good, " : "") << devices[i].fid << '\n';
+    }
   }
 }
 
@@ -70,36 +71,37 @@ void warnUnreachable(const DeviceDescription& device, const std::string& control
 }
 
 /// Says which of the devices can be asked by now; the others go on waiting.
-void announce(std::vector<std::string>& waiting, const std::string& controller) {
-  const auto isWaiting = [&](const std::string& fid) { return !canBeAsked(fid, controller); };
+void announce(std::vector<std::string>& waiting, const BusOptions& bus) {
+  const auto isWaiting = [&](const std::string& fid) { return !canBeAsked(fid, bus.id); };
   const auto ready = std::stable_partition(waiting.begin(), waiting.end(), isWaiting);
-  std::for_each(ready, waiting.end(), [](const std::string& fid) { std::cout << "ready " << fid << '\n'; });
+  std::for_each(ready, waiting.end(), [&](const std::string& fid) {
+    if (bus.form == Form::Json) return putJson(ownResult({{"fid", fid}, {"state", "ready"}}));
+    std::cout << (bus.form == Form::Table ? "ready " : "") << fid << '\n';
+  });
   waiting.erase(ready, waiting.end());
-  if (!std::cout.flush()) throw Failure(Exit_Other, "the ready line could not be written");
+  flushOutput();
 }
 
 /// Nothing is ever slept through: delayed answers shorten the wait, and so do devices that wait to become known.
-void serveUntilStopped(Session& session, SimServer& server, const StopSignal& stop, std::vector<std::string> waiting) {
+void serveUntilStopped(Session& session, SimServer& server, std::vector<std::string> waiting) {
   constexpr int lookAgain = 500; // milliseconds
-  pollfd awaited[] = {{ovk_local_wait_descriptor(), POLLIN, 0}, {stop.descriptor(), POLLIN, 0}};
-  while (awaited[1].revents == 0) {
-    if (!waiting.empty()) announce(waiting, session.options().id);
+  int timeout = 0;
+  while (session.pause(timeout)) {
+    if (!waiting.empty()) announce(waiting, session.options());
     session.work();
     server.answers().release(AnswerQueue::Clock::now());
-    int timeout = server.answers().timeToNext(AnswerQueue::Clock::now());
+    timeout = server.answers().timeToNext(AnswerQueue::Clock::now());
     if (!waiting.empty() && (timeout < 0 || timeout > lookAgain)) timeout = lookAgain;
-    if (poll(awaited, 2, timeout) < 0 && errno != EINTR) throw Failure(Exit_Other, "cannot wait for messages");
   }
 }
 
 void simulate(BusOptions bus, const Arguments& arguments) {
   const std::vector<DeviceDescription> devices = loadAll(arguments);
-  if (arguments.checkOnly) return printChecked(devices, arguments);
+  if (arguments.checkOnly) return printChecked(devices, arguments, bus.form);
   if (!bus.idGiven && devices.size() > 1) {
     throw Failure(Exit_Usage, "several devices need a controller; name it with --id, or start one 'ovk sim' for each");
   }
   if (!bus.idGiven) bus.id = devices[0].fid;
-  const StopSignal stop; // before the bus is opened: an early SIGTERM must leave nothing behind
   SimServer server(devices);
   Session session(bus);
   session.listen<ovk_Service_DescriptorReadServer, ovk_DescriptorReadReqCallbackData_t>(server);
@@ -112,7 +114,7 @@ void simulate(BusOptions bus, const Arguments& arguments) {
     warnUnreachable(device, bus.id);
     waiting.push_back(device.fid);
   }
-  serveUntilStopped(session, server, stop, waiting);
+  serveUntilStopped(session, server, waiting);
   std::cerr << server.summary() << '\n';
 }
 

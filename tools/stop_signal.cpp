@@ -24,4 +24,9 @@ StopSignal::StopSignal() {
 
 StopSignal::~StopSignal() { close(fd); }
 
+int StopSignal::take() const {
+  signalfd_siginfo info{};
+  return ::read(fd, &info, sizeof info) == sizeof info ? static_cast<int>(info.ssi_signo) : 0;
+}
+
 } // namespace tool

@@ -12,6 +12,8 @@ public:
 
   /// Readable when the process is asked to end.
   int descriptor() const { return fd; }
+  /// The signal that asked for it; 0 when none did.
+  int take() const;
 
 private:
   int fd;

@@ -110,3 +110,28 @@ struct ovk_local_counter_t {
 /// @param counters replaced by all counters, by number; untouched when the result is false.
 /// @return false when no process of that identifier runs on the bus directory chosen.
 OVK_API bool ovk_local_read_counters(const char* fid, std::vector<ovk_local_counter_t>& counters);
+
+/// A message that passed on the bus.
+struct ovk_local_passed_t {
+  int64_t time;     ///< when it was handed over: nanoseconds of the system's steady clock, the same in every process
+  unsigned missed;  ///< messages of the same sender, since the last one seen, of which no copy was got
+  std::string text; ///< the message
+};
+
+/// Begins to watch the bus: from now on copies of all messages that are delivered on it, whoever sends them, wait for
+/// ovk_local_next_passed(), and ovk_local_wait_descriptor() is readable while some do. Call it after ovk_Init(), with or
+/// without a registration. Nobody sees that the bus is watched, and no sender waits for a watcher: one that takes its
+/// copies too slowly misses some.
+///
+/// @return whether the bus is watched now; false, with a level 2 trace line, when the bus directory cannot be used or
+///         another process watches under the own identifier.
+OVK_API bool ovk_local_start_watching();
+
+/// Takes the next copy. Those of one sender come in their order; put those of several in order by their times.
+///
+/// @param passed replaced by it; untouched when the result is false.
+/// @return false when none waits.
+OVK_API bool ovk_local_next_passed(ovk_local_passed_t& passed);
+
+/// Ends the watching; copies that were not taken are gone.
+OVK_API void ovk_local_stop_watching();

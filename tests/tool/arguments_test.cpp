@@ -42,7 +42,7 @@ TEST(Arguments, AreTaken) {
       {identifier, "VR017_00042_00a0b1c2d3e4", "VR017_00042_00a0b1c2d3e4"},
       {area, "100", "100:1"},
       {area, "0x64:0x10", "100:16"},
-      {area, "0:1024", "0:1024"},
+      {area, "0:65536", "0:65536"},
       {area, "65535", "65535:1"},
       {area, "64512:1024", "64512:1024"},
       {assignment, "0x64=0xFFFF,0,65535", "100=65535,0,65535"},
@@ -69,7 +69,7 @@ TEST(Arguments, AreRefused) {
         "vr017_00042_00A0B1C2D3E4", "VR017-00042_00A0B1C2D3E4", "VR017_00042_00A0B1C2D3G4",
         "VR0A7_00042_00A0B1C2D3E4"}},
       {area,
-       {"", "abc", "-1", "+1", " 1", "1 ", "0x", "1:", ":1", "1:0", "1:1025", "1:-1", "1:2:3", "65536", "65535:2",
+       {"", "abc", "-1", "+1", " 1", "1 ", "0x", "1:", ":1", "1:0", "0:65537", "1:-1", "1:2:3", "65536", "65535:2",
         "99999999999999999999", "0x1G", "1.5"}},
       {assignment,
        {"", "100", "=1", "100=", "100=1,", "100=,1", "100=65536", "100=-1", "x=1", "100=1=2", "65535=1,2", "65536=1",
@@ -86,6 +86,39 @@ TEST(Arguments, AreRefused) {
         EXPECT_NE(std::string(failure.what()).find("'" + text.substr(0, 20)), std::string::npos) << failure.what();
       }
     }
+}
+
+TEST(Notation, ValuesStandInRegisters) {
+  const struct {
+    const char* name;
+    bool swap;
+    const char* text;
+    std::vector<uint16_t> words;
+    const char* printed;
+  } rows[] = {
+      {"u16", false, "0xFFFF", {65535}, "65535"},
+      {"i16", false, "-32768", {0x8000}, "-32768"},
+      {"hex", false, "1f", {0x1F}, "0x001F"},
+      {"hex", false, "0x1F", {0x1F}, "0x001F"},
+      {"u32", false, "65538", {1, 2}, "65538"},
+      {"u32", true, "65538", {2, 1}, "65538"},
+      {"u32", false, "0xFFFFFFFF", {65535, 65535}, "4294967295"},
+      {"i32", true, "-2", {0xFFFE, 0xFFFF}, "-2"},
+      {"f32", false, "1e-3", {0x3A83, 0x126F}, "0.001"},
+      {"f32", true, "21.5", {0, 0x41AC}, "21.5"},
+  };
+  for (const auto& row : rows) {
+    const Notation notation(row.name, row.swap);
+    ASSERT_EQ(notation.wordsOf(row.text), row.words) << row.name << ' ' << row.text;
+    EXPECT_EQ(notation.textOf(row.words.data()), row.printed) << row.name;
+  }
+  const std::pair<const char*, std::vector<const char*>> refused[] = {
+      {"i16", {"32768", "-32769", "0x-1", "--1"}},
+      {"hex", {"10000", "g", "-1", "0x"}},
+      {"u32", {"4294967296", "-1"}},
+      {"f32", {"inf", "nan", "1e99", "1,5", "1.5x", ""}}};
+  for (const auto& [name, texts] : refused)
+    for (const char* text : texts) EXPECT_FALSE(Notation(name, false).wordsOf(text)) << name << ' ' << text;
 }
 
 TEST(Table, ColumnsStandStillWhateverTheCells) {

@@ -10,11 +10,12 @@ silent=VR101_10018_00000000A1B3
 work=$(mktemp -d)
 bus=$work/bus
 export LC_ALL=C
+odd_locale=$(locale -a 2>/dev/null | grep -m 1 '^de_DE') || odd_locale=C
 trap 'kill "${sims[@]}" 2>/dev/null; rm -rf "$work"' EXIT
 sims=()
 failures=0
 
-ovk() { "$ovk_tool" --bus "$bus" "$@"; }
+ovk() { LC_ALL=$odd_locale timeout 60 "$ovk_tool" --bus "$bus" "$@"; }
 
 fail() {
   echo "FAILED: $*"
@@ -32,6 +33,37 @@ check() {
   [ $got = "$code" ] || fail "'$*' exited with $got instead of $code"
   grep -Eq -- "$pattern" "$work/$stream" || fail "'$*' printed nothing like '$pattern'"
   [ "$code" = 0 ] || [ ! -s "$work/out" ] || fail "'$*' failed and printed data"
+}
+
+# json CODE CONDITION ARGUMENT... : runs the tool with --json; stdout must be lines of JSON, and jq find each to be so.
+json() {
+  local code=$1 condition=$2 got
+  shift 2
+  ovk "$@" --json >"$work/out" 2>"$work/err"
+  got=$?
+  [ $got = "$code" ] || fail "'$* --json' exited with $got instead of $code"
+  [ "$(jq -c "$condition" "$work/out" 2>&1 | sort -u)" = true ] || fail "'$* --json': not everywhere $condition"
+  jq -c . "$work/out" | wc -l | cmp -s - <(wc -l <"$work/out") || fail "'$* --json': not a line for each result"
+}
+
+# values EXPECTED ARGUMENT... : runs the tool with -q, which prints just these values.
+values() {
+  local expected=$1
+  shift
+  ovk "$@" -q 2>"$work/err" | paste -sd' ' >"$work/out"
+  [ "$(cat "$work/out")" = "$expected" ] || fail "'$* -q' did not print '$expected'"
+}
+
+# signalled SIGNAL CODE ARGUMENT... : runs the tool until it takes part in the bus, and ends it.
+signalled() {
+  local signal=$1 code=$2 own=VR003_00001_000000000001
+  shift 2
+  "$ovk_tool" --bus "$bus" --id $own "$@" >"$work/out" 2>"$work/err" &
+  until [ -e "$bus/$own.c1" ] || [ -e "$bus/$own.c4" ] || ! kill -0 $!; do sleep 0.01; done
+  kill -s "$signal" $!
+  wait $!
+  local got=$?
+  [ $got = "$code" ] || fail "'$*' ended by SIG$signal exited with $got"
 }
 
 # ready FID : the next device of the simulation that can be asked.
@@ -62,23 +94,30 @@ stop() {
 check 2 "VR017_00042_00A0B1C2D3E4" read pump 100
 check 2 "'VR1' is not an identifier" --id VR1 read $pump 100
 check 2 "'' is not an identifier" --id "" topology
-check 2 "1 to 1024" read $pump 100:1025
 check 2 "assigns nothing" write $pump 100
-check 2 "two areas" read $pump 1 2 3
+check 2 "'3' is one area too many" read $pump 1 2 3
 check 2 "is not a time" read $pump 1 --timeout 0
+check 2 "'u8' is nothing for --as" read $pump 1 --as u8
+check 2 "--swap needs" read $pump 1 --swap
+check 2 "'1:3' has an odd number" read $pump 1:3 --as f32
+check 2 "'-1' that is not a number from 0" write $pump 1=2,-1 --as u32
+check 2 "'x' is not a time" read $pump 1 --every x
+json 2 ".err_reason | startswith(\"--json excludes --quiet\")" read $pump 1 -q
+json 2 '.success == false and (.err_reason | startswith("FID is required"))' read
 check 2 "FID is required; see 'ovk read --help'" read
 check 2 "PARENT is required; see 'ovk topology add --help'" topology add
 check 2 "'frobnicate' is not a command or option; see 'ovk --help'" frobnicate
 check 2 "no command given"
 check 2 "1 required SEC missing" --timeout
-check 2 "either FID" tags $pump 17 --config "$devices/../tags/level.json"
+check 2 "'$pump' .*either FID" tags $pump 17 --config "$devices/../tags/level.json"
+check 2 "'$pump' .*either FID" tags --config "$devices/../tags/level.json" $pump 17
 check 2 "not an identifier" topology add $pump VR1
 check 2 "not an identifier" topology --static VR1
 check 1 "telegram" tags --config "$devices/level-sensor.json"
 check 0 "Exit codes" --help
-for command in sim read write tags info topology "topology add" "topology remove" counters; do
+for command in sim read write tags info topology "topology add" "topology remove" counters monitor; do
   check 0 "^  ovk $command" $command --help
-  awk 'length > 80' "$work/out" | grep . && fail "'$command --help' is wider than 80 columns"
+  awk 'length >= 80' "$work/out" | grep . && fail "'$command --help' is wider than 80 columns"
 done
 check 0 "^ovk [0-9]+\." --version
 check 1 "^ovk: $work: Is a directory$" tags --config "$work"
@@ -130,10 +169,17 @@ check 0 "added" topology add $pump $silent
 ready $silent
 
 check 0 "^ +102  0x05AA   1450$" read $pump 100:4
+json 0 ".msg_type == 201 and .src.fid == \"$pump\" and .data == [{start: 100, words: [1, 0, 1450, 50]}]" read $pump 100:4
 check 0 "wrote 2 registers: 102 to 103" write $pump 102=1500,0x3C 1000=7
 check 0 "^    1000  0x0007      7$" read $pump 102:2 0x3E8
 check 0 "^    1063  " read $pump 1000:64
 check 0 "^       0  0x0CCB   3275$" read $level 0 --timeout 10
+json 0 ".msg_type == 203 and .success" write $pump 1010=-21.5 --as f32 --swap
+check 0 "^    1010  0x0000 0xC1AC           -21.5$" read $pump 1010:2 --as f32 --swap
+json 0 ".data[0] == {start: 1010, words: [0, 49580], values: [-21.5]}" read $pump 1010 --as f32 --swap
+values "0 -15956" read $pump 1010:2 --as i16
+values "1 1 1" read $pump 100 --count 3 --every 0.01
+json 3 '.success == false and .err_reason == "register 300 does not exist"' read $pump 300 --count 2 --every 0.01
 check 3 "register 300 does not exist" read $pump 100:2 300
 check 3 "register 200 is read-only" write $pump 100=0 200=1
 check 0 "^     100  0x0001" read $pump 100
@@ -149,23 +195,36 @@ check 0 "^info:3 +text +P-300/B  1000:10$" tags $pump info:3 info:4
 check 0 "^info:4 +- +-  1010:4$" tags $pump info:3 info:4
 check 0 "^port:1 +f32 +3.275  0:1$" tags --config "$devices/../tags/level.json"
 check 3 "tag info:17 does not exist" tags $pump 17 info:17
-mapfile -t many < <(yes 17 | head -n 2000)
-check 3 "ask for less" tags $pump "${many[@]:0:300}"
-check 7 "a message has 1 to 16383 bytes" tags $pump "${many[@]}"
+mapfile -t many < <(yes 19 | head -n 201)
+values "$(yes -- -5 | head -n 201 | paste -sd' ')" tags $pump "${many[@]}"
+grep -q "in 3 parts, not at one instant" "$work/err" || fail "parts were not told of"
+json 0 '[.data.tag_items[] | [.tag_type, .tag, .data]] == [[1, 18, 4294967295], [2, 3, "P-300/B"], [2, 4, null]]' \
+  tags $pump 18 info:3 info:4
+values "22" tags $pump 17
+json 0 '.data == {numTagRegBlocks: 2, TagRegBlocks: [100, 200], numResRegBlocks: 1, ResRegBlocks: [1000],
+  ModbusBufferSize: 256}' info $pump
+values "100 200 1000 256" info $pump
+json 0 'any(.data[]; .counter == 51) == false and any(.data[]; .counter == 47 and .value > 5)' counters $pump
+json 0 ".data.controllers[0].sensors | map(.fid) == [\"$level\", \"$silent\"]" topology
+values "$pump $level $silent" topology
 
 check 0 "^tag register blocks +100 200$" info $pump
 check 0 "^$pump +controller .* online$" topology
 check 0 "^$level +sensor +tank level +$pump +online" topology
 check 0 "^ +47 +[1-9][0-9]*  " counters $pump
 check 1 "has no counters here" counters $level
+signalled INT 130 read $silent 0 --timeout 60
+signalled TERM 143 read $pump 100 --every 60
 check 0 "removed" topology remove $pump $silent
 check 4 "not on the bus" read $silent 0
 check 1 "not possible" topology remove $pump $silent
 ovk read $pump 100 >/dev/full 2>"$work/err"
 [ $? = 1 ] || fail "a full disk did not give 1"
-check 8 "could not be opened as $pump .*another process has it" --id $pump read $level 0
-check 8 "could not be opened as $pump .*another process has it" sim "$devices/pump-controller.json"
-stop TERM "^[0-9]+ requests: [1-9][0-9]* answered, 4 refused, 1 dropped, 0 not sent$"
+[ "$(ovk read $pump 100 -q --every 0.01 2>"$work/err" | head -n 2 | paste -sd' ')" = "1 1" ] && [ ! -s "$work/err" ] ||
+  fail "a closed pipe was complained of"
+check 8 "cannot join the bus as $pump.*another process has it" --id $pump read $level 0
+check 8 "cannot join the bus as $pump.*another process has it" sim "$devices/pump-controller.json"
+stop TERM "^[0-9]+ requests: [1-9][0-9]* answered, [0-9]+ refused, [0-9]+ dropped, 0 not sent$"
 
 # Killed in the middle of traffic: who asked waits in vain, who asks is told, and the device is back at once.
 echo "{\"fid\": \"$pump\", \"registers\": [{\"start\": 100, \"count\": 1}]}" >"$work/bare.json"
@@ -188,6 +247,35 @@ check 3 "on demand" read $pump 100
 check 5 "could not be read \(counter 68\)" info $pump --timeout 0.5
 stop INT "^3 requests: 1 answered, 2 refused, 0 dropped, 0 not sent$"
 check 7 "is it running" read $pump 100 # still known: a static device stands below it
+
+
+# Areas that need several requests, and what passes on the bus meanwhile.
+echo "{\"fid\": \"$pump\", \"registers\": [{\"start\": 0, \"count\": 65536}]}" >"$work/wide.json"
+start "$work/wide.json"
+ready $pump
+check 0 "wrote" write $pump 2048=7
+"$ovk_tool" --bus "$bus" monitor --count 6 >"$work/table" 2>"$work/monitor.err" &
+monitor=$!
+"$ovk_tool" --bus "$bus" monitor --json --count 6 >"$work/whole" 2>>"$work/monitor.err" &
+until [ "$(grep -c watching "$work/monitor.err")" = 2 ]; do sleep 0.01; done
+values "0 0 7 0" read $pump 2046:4
+json 0 '.data | map([.start, (.words | length), .words[-1]]) == [[1, 2048, 7], [65535, 1, 0]]' read $pump 1:2048 65535
+grep -q "in 2 parts, not at one instant" "$work/err" || fail "parts were not told of"
+values "$pump $level" topology --static
+wait $monitor || fail "the monitor exited with $?"
+wait $! || fail "the whole monitor exited with $?"
+mv "$work/table" "$work/out"
+[[ $(sed 's/ovk-[0-9]*/ovk-N/; s/  */ /g' "$work/out" | cut -d' ' -f4-) == "type reference payload
+read request ovk-N-1 2046:4
+read answer ovk-N-1 2046 = 0 0 7 0
+read request ovk-N-1 1:1024, 1025:1024
+read answer ovk-N-1 1 = 0 0 0 0 0 0 0 0 ... (1024), 1025 = 0 0 0 0 0 0 0 0 ... (1024)
+read request ovk-N-2 65535:1
+read answer ovk-N-2 65535 = 0" ]] || fail "the monitor showed something else"
+[ "$(jq -c '[.message.msg_type, .time > 1e9]' "$work/whole" | paste -sd' ')" = "$(
+  for _ in 1 2 3; do printf '[200,true] [201,true] '; done | sed 's/ $//')" ] || fail "the whole monitor showed something else"
+signalled TERM 143 monitor
+stop TERM "0 not sent$"
 
 left=$(find "$bus" -type f ! -name "topology*" -o -type s)
 [ -z "$left" ] || fail "left behind: $left"

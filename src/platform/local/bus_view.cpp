@@ -123,6 +123,7 @@ void BusView::build(const BusDirectory* directory) {
   std::map<std::string, orvane_parent> found;
   own_ = ownFid();
   enterConfigured(found);
+  watchers_.clear();
   if (directory != nullptr) findRunning(*directory, found);
   if (!own_.empty()) enter(found, own_).kind = running;
   std::vector<orvane_parent> controllers;
@@ -147,9 +148,10 @@ void BusView::enterConfigured(std::map<std::string, orvane_parent>& found) const
 }
 
 // A killed process stays known by what it left until somebody sweeps it.
-void BusView::findRunning(const BusDirectory& directory, std::map<std::string, orvane_parent>& found) const {
+void BusView::findRunning(const BusDirectory& directory, std::map<std::string, orvane_parent>& found) {
   std::string fid;
   for (const std::string& name : directory.names()) {
+    if (identifierOf(name, watcherSuffix, fid) && isFileLocked(directory, name)) watchers_.push_back(fid);
     if (!identifierOf(name, lockSuffix, fid)) continue;
     orvane_parent& controller = enter(found, fid);
     if (isFileLocked(directory, name)) controller.kind = running;

@@ -25,6 +25,8 @@ public:
   bool staticMembers(const std::string& selector, std::vector<orvane_parent>& parents) const;
   /// The controller at which a participant is reached; null when it is not known.
   const std::string* parentOf(const std::string& fid) const;
+  /// Who watches the bus; mostly nobody.
+  const std::vector<std::string>& watchers() const { return watchers_; }
   /// Grows with every change of the list of controllers.
   unsigned generation() const { return generation_; }
 
@@ -47,7 +49,7 @@ private:
   void readFile(const BusDirectory& directory);
   void build(const BusDirectory* directory);
   void enterConfigured(std::map<std::string, orvane_parent>& found) const;
-  void findRunning(const BusDirectory& directory, std::map<std::string, orvane_parent>& found) const;
+  void findRunning(const BusDirectory& directory, std::map<std::string, orvane_parent>& found);
   void adopt(std::vector<orvane_parent> found);
 
   Stamp directoryStamp_;
@@ -59,6 +61,7 @@ private:
   std::string refusal_; // of the bus directory, as reported
   std::vector<orvane_parent> controllers_;
   std::map<std::string, std::string> parents_; // by participant
+  std::vector<std::string> watchers_;
   unsigned generation_ = 0;
 };
 

@@ -10,7 +10,11 @@ namespace ovk::local {
 
 constexpr std::string_view lockSuffix = ".lock";         ///< locked while the participant runs
 constexpr std::string_view countersSuffix = ".counters"; ///< its bus counters, locked by the process that counts
+constexpr std::string_view watcherSuffix = ".watcher";   ///< locked while a process watches the bus under it
 constexpr std::string_view topologyFileName = "topology.json";
+
+/// Beside the transfer channels, one for the copies that a watcher reads.
+constexpr int copiesChannel = 4;
 
 /// Suffix of the socket at which a participant reads the channel.
 std::string socketSuffix(int channel);

@@ -15,9 +15,10 @@ namespace ovk::local {
 
 namespace {
 
-void removeSockets(const BusDirectory& directory, const std::string& fid) {
-  for (const int channel : {IPC_TC_QMX_CLIENT_RSP_IDX, IPC_TC_QMX_SERVER_REQ_IDX})
-    directory.remove(fileName(fid, socketSuffix(channel)));
+constexpr std::initializer_list<int> channelsRead = {IPC_TC_QMX_CLIENT_RSP_IDX, IPC_TC_QMX_SERVER_REQ_IDX};
+
+void removeSockets(const BusDirectory& directory, const std::string& fid, std::initializer_list<int> channels) {
+  for (const int channel : channels) directory.remove(fileName(fid, socketSuffix(channel)));
 }
 
 // The lock removes its own file when it goes.
@@ -25,10 +26,12 @@ void sweepFile(const BusDirectoryPtr& directory, const std::string& name) {
   std::string fid;
   std::optional<FileLock> lock;
   const bool presence = identifierOf(name, lockSuffix, fid);
-  if (!presence && !identifierOf(name, countersSuffix, fid)) return;
+  const bool watcher = identifierOf(name, watcherSuffix, fid);
+  if (!presence && !watcher && !identifierOf(name, countersSuffix, fid)) return;
   if (FileLock::take(directory, name, FileLock::Purpose::sweep, lock) != FileLock::Outcome::taken) return;
   OVK_LOCAL_TRACE(traceProgress, "removing what %s left\n", fid.c_str());
-  if (presence) removeSockets(*directory, fid);
+  if (presence) removeSockets(*directory, fid, channelsRead);
+  if (watcher) removeSockets(*directory, fid, {copiesChannel});
 }
 
 } // namespace
@@ -41,7 +44,7 @@ std::optional<FileLock> join(const BusDirectoryPtr& directory, const std::string
     OVK_LOCAL_TRACE(traceError, "cannot join the bus as %s: %s\n", fid.c_str(), reason.c_str());
     return lock;
   }
-  removeSockets(*directory, fid);
+  removeSockets(*directory, fid, channelsRead);
   for (const std::string& name : directory->names()) sweepFile(directory, name);
   OVK_LOCAL_TRACE(traceProgress, "joined the bus in %s as %s\n", directory->path().c_str(), fid.c_str());
   return lock;

@@ -15,6 +15,7 @@
 #include "platform/local/routing.h"
 #include "platform/local/trace.h"
 #include "platform/local/traffic.h"
+#include "platform/local/watching.h"
 #include "platform/local/write_channel.h"
 
 namespace ovk::local {
@@ -30,6 +31,7 @@ struct Channels {
   std::optional<FileLock> presence;
   std::array<std::unique_ptr<ReadChannel>, channelCount> read;
   std::array<std::unique_ptr<WriteChannel>, channelCount> written;
+  std::unique_ptr<WriteChannel> copies; // for those who watch; made for the first one
 
   bool isOpen(std::size_t index) const { return read[index] || written[index]; }
   void close(std::size_t index);
@@ -40,6 +42,7 @@ void Channels::close(std::size_t index) {
   written[index].reset();
   for (std::size_t other = 0; other < channelCount; ++other)
     if (isOpen(other)) return;
+  copies.reset();
   presence.reset();
 }
 
@@ -96,6 +99,19 @@ void openChannel(Channels& all, int index) {
   }
 }
 
+// Hands a message over and shows it to those who watch, if any.
+bool deliver(Channels& all, int index, const std::string& target, std::string_view message) {
+  const bool watched = isWatched();
+  const WatchTime time = watched ? watchTime() : WatchTime();
+  WriteChannel& channel = *all.written[static_cast<std::size_t>(index)];
+  if (!channel.write(target, message.data(), static_cast<unsigned>(message.size()))) return false;
+  ++traffic().delivered;
+  if (!watched) return true;
+  if (!all.copies) all.copies = std::make_unique<WriteChannel>(all.directory, copiesChannel);
+  showToWatchers(*all.copies, time, message);
+  return true;
+}
+
 bool open(int index) {
   Channels& all = channels();
   const auto at = static_cast<std::size_t>(index);
@@ -137,11 +153,9 @@ int writeTransferChannel(int index, const void* message, unsigned size) {
     OVK_LOCAL_TRACE(traceError, "a message has 1 to %u bytes, not %u\n", ovk::local::longestMessage, size);
     return -1;
   }
-  const std::string target = ovk::local::targetOf(index, std::string_view(static_cast<const char*>(message), size));
-  if (target.empty()) return -1;
-  if (!channels().written[static_cast<std::size_t>(index)]->write(target, message, size)) return -1;
-  ++ovk::local::traffic().delivered;
-  return 0;
+  const std::string_view text(static_cast<const char*>(message), size);
+  const std::string target = ovk::local::targetOf(index, text);
+  return !target.empty() && ovk::local::deliver(channels(), index, target, text) ? 0 : -1;
 }
 
 int destroyTransferChannel(int index) {

@@ -42,6 +42,13 @@ WriteChannel::WriteChannel(BusDirectoryPtr directory, int targetChannel)
     : directory_(std::move(directory)), suffix_(socketSuffix(targetChannel)) {}
 
 bool WriteChannel::write(const std::string& target, const void* message, unsigned size) {
+  const int error = offer(target, message, size);
+  if (error == 0) return true;
+  OVK_LOCAL_TRACE(traceError, "cannot write to %s: %s\n", target.c_str(), reasonOf(error).c_str());
+  return false;
+}
+
+int WriteChannel::offer(const std::string& target, const void* message, unsigned size) {
   const auto known = targets_.find(target);
   int error = known != targets_.end() ? sendTo(known->second, message, size) : EPIPE;
   if (isGone(error)) {
@@ -51,9 +58,7 @@ bool WriteChannel::write(const std::string& target, const void* message, unsigne
     if (error == 0) error = sendTo(fresh, message, size);
     if (fresh) targets_.emplace(target, std::move(fresh));
   }
-  if (error == 0) return true;
-  OVK_LOCAL_TRACE(traceError, "cannot write to %s: %s\n", target.c_str(), reasonOf(error).c_str());
-  return false;
+  return error;
 }
 
 // Closes the connections whose readers went. A server that answers many short-lived clients would run out of

@@ -15,6 +15,8 @@ public:
 
   /// Hands a message over. False, with a trace line, when the target does not run or its queue is full.
   bool write(const std::string& target, const void* message, unsigned size);
+  /// Likewise, but without complaint. 0 or the error.
+  int offer(const std::string& target, const void* message, unsigned size);
 
 private:
   int connect(const std::string& target, FileDescriptor& connection) const;

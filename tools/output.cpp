@@ -1,0 +1,47 @@
+// What goes to stdout and how it gets there.
+//
+// A write that failed does not tell why once the stream has swallowed the error; the pipe itself does.
+
+#include "output.h"
+
+#include <iostream>
+#include <poll.h>
+#include <unistd.h>
+
+namespace tool {
+
+void flushOutput() {
+  if (std::cout.flush()) return;
+  pollfd output{STDOUT_FILENO, POLLOUT, 0};
+  if (poll(&output, 1, 0) > 0 && (output.revents & (POLLERR | POLLHUP)) != 0) throw ReaderGone();
+  throw Failure(Exit_Other, "the output could not be written");
+}
+
+void putJson(const Json& result) {
+  std::cout << result.dump(-1, ' ', false, Json::error_handler_t::replace) << '\n';
+  flushOutput();
+}
+
+Json valueJson(const std::string& text, bool isNumber) {
+  Json number = isNumber ? Json::parse(text, nullptr, false) : Json();
+  return number.is_number() ? number : Json(text);
+}
+
+Json ownResult(Json data) { return {{"success", true}, {"data", std::move(data)}}; }
+
+void report(const Failure& failure, Form form) {
+  const std::string text = failure.what();
+  if (text.empty()) return;
+  std::cerr << "ovk: " << text << '\n';
+  if (form != Form::Json || failure.code > Exit_Signal) return;
+  Json result = {{"success", false}, {"err_reason", text}};
+  if (const auto* refusal = dynamic_cast<const RefusalFailure*>(&failure)) {
+    result = {{"ref_id", refusal->refId},
+              {"src", {{"fid", refusal->source}}},
+              {"success", false},
+              {"err_reason", refusal->reason}};
+  }
+  putJson(result);
+}
+
+} // namespace tool
