@@ -53,6 +53,7 @@ TEST(Json, IntegersOnlyIn32Bits) {
     EXPECT_TRUE(read(std::to_string(number), value) && value == number) << number;
   }
   EXPECT_TRUE(read("-0", value) && value == 0);
+  EXPECT_TRUE(read("5," + std::string(70, '1'), value) && value == 5); // as long as all that is looked at ahead
   for (const char* text :
        {"2147483648", "-2147483649", "99999999999999999999999", "1.0", "1e1", "1E1", "\"1\"", "true", "null", "[1]"}) {
     EXPECT_FALSE(read(text, value)) << text;

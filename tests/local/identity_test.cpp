@@ -1,6 +1,7 @@
 #include <sys/stat.h>
 
 #include "local_bus.h"
+#include "platform/local/file_lock.h"
 
 namespace {
 
@@ -73,6 +74,22 @@ TEST_F(Identity, OneIdentifierAtATime) {
   start(fidB);
   EXPECT_NE(0, createTransferChannel(2, 2));
   traced("channels of another identifier are open");
+}
+
+TEST_F(Identity, WhatStandsInTheWayRefusesTheChannel) {
+  using ovk::local::FileLock;
+  std::ofstream(path(fidA + ".lock"s)) << "";
+  start(fidA);
+  std::optional<FileLock> sweeper; // that hangs
+  ASSERT_EQ(FileLock::Outcome::taken,
+            FileLock::take(ovk::local::busDirectory(), fidA + ".lock"s, FileLock::Purpose::sweep, sweeper));
+  EXPECT_NE(0, createTransferChannel(1, 2));
+  traced("another process has it");
+  sweeper.reset();
+  ASSERT_TRUE(std::filesystem::create_directory(path(fidA + ".c1"s)));
+  EXPECT_NE(0, createTransferChannel(1, 2));
+  traced("cannot listen at ");
+  EXPECT_EQ(0, createTransferChannel(2, 2));
 }
 
 TEST_F(Identity, IdentifiersNameNoOtherFiles) {
