@@ -12,6 +12,7 @@ namespace {
 // The document itself is one of the 32 levels.
 const std::string thirtyOne = std::string(31, '[') + std::string(31, ']');
 const std::string thirtyTwo = "[" + thirtyOne + "]";
+const std::string seventyDigits(70, '1');
 
 using namespace std::string_literals;
 
@@ -42,21 +43,43 @@ TEST(Json, TheWholeTextOrNothing) {
     EXPECT_FALSE(isWhole(text)) << text;
 }
 
-TEST(Json, IntegersOnlyIn32Bits) {
-  const auto read = [](const std::string& text, int& value) {
-    Json json;
-    json.load("[" + text + "]");
-    return json.GetValueAsInt("[0]", &value);
-  };
-  int value = 77;
-  for (const int number : {0, 1, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
-    EXPECT_TRUE(read(std::to_string(number), value) && value == number) << number;
+// Numbers are looked at in blocks: the odd one may stand anywhere in them.
+TEST(Json, ListsOfNumbers) {
+  std::string before = "{\"first\":1,\"v\":[10,";
+  std::string behind;
+  for (int i = 0; i < 100; ++i) behind += ",20";
+  for (int i = 0; i < 140; ++i, before += i % 2 != 0 ? "7," : "65535,") {
+    for (const std::string text : {"0", "1,0,100", "-1", "1.5", "[2,3]"})
+      ASSERT_TRUE(isWhole(before + text + behind + "]}")) << i << ' ' << text;
+    for (const std::string text : {"", "01", "00", "1,", "1 2", "1:2", "1/", "2]"})
+      ASSERT_FALSE(isWhole(before + text + behind + "]}")) << i << ' ' << text;
   }
-  EXPECT_TRUE(read("-0", value) && value == 0);
-  EXPECT_TRUE(read("5," + std::string(70, '1'), value) && value == 5); // as long as all that is looked at ahead
-  for (const char* text :
-       {"2147483648", "-2147483649", "99999999999999999999999", "1.0", "1e1", "1E1", "\"1\"", "true", "null", "[1]"}) {
-    EXPECT_FALSE(read(text, value)) << text;
+}
+
+// Read alone, and as one of several that are read one after the other.
+bool readsInt(const std::string& text, int& value) {
+  Json json;
+  json.load("[" + text + ",5," + text + ",6]");
+  int again = value;
+  int other = 0;
+  const bool found = json.GetValueAsInt("[0]", &value);
+  EXPECT_TRUE(json.GetValueAsInt("[1]", &other) && other == 5) << text;
+  EXPECT_TRUE(json.GetValueAsInt("[2]", &again) == found && again == value) << text;
+  EXPECT_TRUE(json.GetValueAsInt("[3]", &other) && other == 6) << text;
+  return found;
+}
+
+TEST(Json, IntegersOnlyIn32Bits) {
+  int value = 77;
+  for (const int number :
+       {0, 1, 9999999, 12345678, 123456789, std::numeric_limits<int>::max(), -1, std::numeric_limits<int>::min()}) {
+    EXPECT_TRUE(readsInt(std::to_string(number), value) && value == number) << number;
+    EXPECT_TRUE(readsInt(" " + std::to_string(number) + "\n", value) && value == number) << number;
+  }
+  EXPECT_TRUE(readsInt("-0", value) && value == 0);
+  for (const std::string text : {"2147483648", "-2147483649", "4294967297", seventyDigits.c_str(), "1.0", "1e1", "1E1",
+                                 "\"1\"", "true", "null", "[1]", "{}", "12.5"}) {
+    EXPECT_FALSE(readsInt(text, value)) << text;
   }
 }
 

@@ -211,11 +211,12 @@ const struct {
   const char* what;
   std::string kept, rest = "";
 } reasonRows[] = {
-    {"80 bytes", x77 + "xxx"},
+    {"80 bytes, the last the start of a character", x77 + "xx\xC3"},
     {"81 bytes", x77 + "xxx", "x"},
     {"a backslash before its partner", x77 + "xx", "\\nxxx"},
     {"an escaped backslash", x77 + "x\\\\", "xxx"},
-    {"two bytes", x77 + "xx", "\xC3\xA4xxx"},
+    {"two bytes", x77 + "xx", "\xC0\x80xxx"},
+    {"three bytes", x77 + "x", "\xE0\xA4\x85xxx"},
     {"four bytes", x77, "\xF0\x9F\x98\x80xxx"},
     {"three bytes that fit", x77 + "\xE2\x82\xAC", "xxx"},
     {"a backslash before two bytes", x77 + "x", "\\\xC3\xA4xxx"},
