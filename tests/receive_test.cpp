@@ -175,6 +175,8 @@ TEST_F(Receive, RecordFunctions) {
   int untouched = 5;
   EXPECT_EQ(releaseCallbackData(static_cast<ovk_Service_t>(8), &untouched, 0), -1);
   EXPECT_EQ(releaseCallbackData(ovk_Service_TagReadClient, nullptr, 0), 0);
+  EXPECT_TRUE(allocateCallbackData(ovk_Service_TagReadClient, &record, &length) == 0 &&
+              releaseCallbackData(ovk_Service_TagReadClient, record, length) == 0);
   EXPECT_EQ(platform().errors(),
             "invalid service 8\nfailed to allocate callback data for service 2\ninvalid service -1\n"
             "failed to allocate callback data for service -1\ninvalid service 8\n");
@@ -202,6 +204,7 @@ TEST_F(Receive, BlocksThatAreNotThere) {
       EXPECT_EQ(process(good(service)), -4);
       EXPECT_TRUE(records_.empty());
       EXPECT_EQ(platform().counters, (Counters{{n == 0 ? 0 : okCounters[service] + 1, 1}}));
+      EXPECT_TRUE(traced(6, joined("for service ", service, "  getCallbackData returns ", n == 0 ? -4 : -1)));
       const std::string noRecord = "failed to allocate callback data for service " + std::to_string(service) + "\n";
       EXPECT_THAT(platform().errors(good(service)),
                   testing::StartsWith(n == 0 ? noRecord + noRecord : blocks[service].second));

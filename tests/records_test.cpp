@@ -161,10 +161,10 @@ TEST_F(Records, OutputsThatAreNull) {
   uint16_t word = 0;
   EXPECT_EQ(getMsgRegisterContent("{}", 0, &number, &word, &number, &number, nullptr, &number), -1);
   EXPECT_EQ(getMsgRegisterContent("{}", 0, nullptr, &word, &number, &number, &word, &number), -1);
-  int start = 5; // of a negative one, whatever stood there before
   const char* negative = R"({"sendNotification":0,"data":[{"start":-7,"words":[1]}]})";
-  EXPECT_EQ(getWriteRequestMessageParameters(negative, 0, &number, &start, &word, &number, &number, &word, &number), 0);
-  EXPECT_TRUE(start == -1 && number == -1);
+  EXPECT_EQ(getWriteRequestMessageParameters(negative, 0, &number, &number, &word, &number, &number, &word, &number),
+            0);
+  EXPECT_EQ(number, -1); // whatever stood there before
   EXPECT_EQ(platform().errors(), "Null Pointer passed!\nNull Pointer passed!\n");
 }
 

@@ -77,12 +77,11 @@ TEST_F(Identity, OneIdentifierAtATime) {
 }
 
 TEST_F(Identity, WhatStandsInTheWayRefusesTheChannel) {
-  using ovk::local::FileLock;
-  std::ofstream(path(fidA + ".lock"s)) << "";
+  const std::string lock = fidA + ".lock"s;
+  std::ofstream(path(lock)) << "";
   start(fidA);
-  std::optional<FileLock> sweeper; // that hangs
-  ASSERT_EQ(FileLock::Outcome::taken,
-            FileLock::take(ovk::local::busDirectory(), fidA + ".lock"s, FileLock::Purpose::sweep, sweeper));
+  std::optional<ovk::local::FileLock> sweeper; // that hangs
+  ovk::local::FileLock::take(ovk::local::busDirectory(), lock, ovk::local::FileLock::Purpose::sweep, sweeper);
   EXPECT_NE(0, createTransferChannel(1, 2));
   traced("another process has it");
   sweeper.reset();
