@@ -55,11 +55,10 @@ TEST(Json, ListsOfNumbers) {
   }
 }
 
-// Read alone, and as one of several that are read one after the other.
 bool readsInt(const std::string& text, int& value) {
   Json json;
   json.load("[" + text + ",5," + text + "]");
-  int again = value, other = 0;
+  int again = value, other = 0; // read one after the other
   const bool found = json.GetValueAsInt("[0]", &value);
   EXPECT_TRUE(json.GetValueAsInt("[1]", &other) && other == 5) << text;
   EXPECT_TRUE(json.GetValueAsInt("[2]", &again) == found && again == value) << text;
@@ -117,14 +116,15 @@ TEST(Json, LookUpsInAnyOrder) {
 
 TEST(Json, DeepPathsAndCopies) {
   Json json;
-  json.load(R"([[[[[[[[[1,2,{"x":[3,4]}]]]]]]]]])");
+  const std::string name(70, 'x');
+  json.load(R"([[[[[[[[[1,2,{")" + name + R"(":[3,4]}]]]]]]]]])");
   const std::string deep = "[0][0][0][0][0][0][0][0]";
   const Json copy = json;
   int value = 0;
   for (const Json* document : std::initializer_list<const Json*>{&json, &copy, &json}) {
     EXPECT_TRUE(document->GetValueAsInt(deep + "[1]", &value) && value == 2);
-    EXPECT_TRUE(document->GetValueAsInt(deep + "[2].x[1]", &value) && value == 4);
-    EXPECT_TRUE(document->GetValueAsInt(deep + "[2].x[0]", &value) && value == 3);
+    EXPECT_TRUE(document->GetValueAsInt(deep + "[2]." + name + "[1]", &value) && value == 4);
+    EXPECT_TRUE(document->GetValueAsInt(deep + "[2]." + name + "[0]", &value) && value == 3);
     EXPECT_FALSE(document->GetValueAsInt(deep + "[3]", &value));
   }
   json.load("[7]");

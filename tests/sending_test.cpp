@@ -141,7 +141,7 @@ const struct {
     {"write: no registers", none, write(d, "r", 0, 1, 0), 2, area1 + "1, numberRegisters1=0\n"},
     {"write: count -1", none, write(d, "r", 0, 1, -1), 2, area1 + "1, numberRegisters1=-1\n"},
     {"write: start", none, write(d, "r", 0, -1, 1), 2, area1 + "-1, numberRegisters1=1\n"},
-    {"write: null words", none, write(d, "r", 0, 1, 1, nullptr), 2,
+    {"write: null", none, write(d, "r", 0, 1, 1, nullptr), 2,
      "No values for the 1 registers from 1 on: null pointer\n"},
     {"write: null words 2", none, write(d, "r", 0, 1, 1, words, 5, nullptr, 2), 2, twoWords + "5 on: null pointer\n"},
     {"write: sendNotification", none, write(d, "r", 2, 1, 1), 2,
