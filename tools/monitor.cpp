@@ -45,7 +45,8 @@ std::string timeText(Microseconds sinceEpoch) {
 
 class Display {
 public:
-  explicit Display(Form wanted) : form(wanted) {
+  /// @param count messages to be shown; 0 for all
+  Display(Form wanted, int count) : form(wanted), most(count) {
     if (form != Form::Table) return;
     table.emplace(std::cout, std::vector<Column>{{"time", 15, Column::Left},
                                                  {"from", 24, Column::Left},
@@ -56,7 +57,11 @@ public:
     flushOutput();
   }
 
+  bool isComplete() const { return most > 0 && shown >= most; }
+
   void show(const ovk_local_passed_t& passed) {
+    if (isComplete()) return;
+    ++shown;
     if (passed.missed > 0) std::cerr << "ovk: " << passed.missed << " messages passed too fast and are not shown\n";
     const Microseconds time = calendarTime(passed.time);
     const Json message = Json::parse(passed.text, nullptr, false);
@@ -87,28 +92,32 @@ private:
   }
 
   Form form;
+  int most;
+  int shown = 0;
   std::optional<Table> table;
   std::chrono::nanoseconds offset{0};
 };
+
+/// Puts in line what came, each message until its time.
+void takeCopies(AnswerQueue& waiting, Display& display) {
+  ovk_local_passed_t passed;
+  while (ovk_local_next_passed(passed)) {
+    const Clock::time_point time{std::chrono::nanoseconds(passed.time)};
+    waiting.add(time + kSettling, [&display, passed] { display.show(passed); });
+  }
+}
 
 void watch(const BusOptions& bus, int count) {
   Session session(bus);
   const Watch watching(session);
   std::cerr << "watching the bus in " << ovk_local_bus_directory() << '\n';
-  Display display(bus.form);
-  AnswerQueue waiting; // each message until its time
-  int shown = 0;
+  Display display(bus.form, count);
+  AnswerQueue waiting;
   int timeout = 0;
   while (session.pause(timeout)) {
-    ovk_local_passed_t passed;
-    while (ovk_local_next_passed(passed)) {
-      const Clock::time_point time{std::chrono::nanoseconds(passed.time)};
-      waiting.add(time + kSettling, [&, passed] {
-        if (count == 0 || shown++ < count) display.show(passed);
-      });
-    }
+    takeCopies(waiting, display);
     waiting.release(Clock::now());
-    if (count > 0 && shown >= count) return;
+    if (display.isComplete()) return;
     timeout = waiting.timeToNext(Clock::now());
   }
   session.failStopped();

@@ -49,10 +49,12 @@ std::unique_ptr<Watch> startWatch() {
   const BusDirectoryPtr directory = ownFid().empty() ? nullptr : busDirectory();
   if (!directory) return nullptr;
   auto watch = std::make_unique<Watch>();
-  FileLock::take(directory, fileName(ownFid(), watcherSuffix), FileLock::Purpose::own, watch->lock);
+  const auto outcome =
+      FileLock::take(directory, fileName(ownFid(), watcherSuffix), FileLock::Purpose::own, watch->lock);
   if (watch->lock) watch->copies = ReadChannel::open(directory, fileName(ownFid(), socketSuffix(copiesChannel)));
   if (watch->copies) return watch;
-  OVK_LOCAL_TRACE(traceError, "cannot watch the bus as %s: %s\n", ownFid().c_str(), errorText(errno).c_str());
+  const std::string reason = outcome == FileLock::Outcome::held ? "another process does" : errorText(errno);
+  OVK_LOCAL_TRACE(traceError, "cannot watch the bus as %s: %s\n", ownFid().c_str(), reason.c_str());
   return nullptr;
 }
 
