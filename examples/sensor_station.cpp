@@ -101,6 +101,10 @@ int main(int argc, char* argv[]) {
     poll(&wait, 1, 1000);
     ovk_DoWork(nullptr, nullptr, nullptr);
   }
+  unsigned delivered = 0;
+  unsigned received = 0;
+  ovk_topology_get_qmxb_statistic(&delivered, &received);
+  std::fprintf(stderr, "%u requests, %u answers delivered\n", received, delivered);
   ovk_QMXBusShutdown();
   return 0;
 }

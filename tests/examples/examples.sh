@@ -91,6 +91,8 @@ check 3 ovk --bus "$bus" read $outlet 0 4 </dev/null
 check 3 ovk --bus "$bus" read $station 0 </dev/null
 check 0 first_client $outlet "$bus" <<<"refused: only registers 0 to 3 are here"
 stop 0
+summary=$(cat "$work/sensor_station.err")
+[ "$summary" = "7 requests, 7 answers delivered" ] || { echo "FAILED: the station said: $summary"; failures=$((failures + 1)); }
 
 for sensor in $level $silent; do
   check 0 ovk --bus "$bus" topology add $pump $sensor <<<"added $sensor below $pump"
