@@ -4,15 +4,40 @@
 
 #include "output.h"
 
+#include <csignal>
 #include <iostream>
+#include <optional>
 #include <poll.h>
 #include <unistd.h>
 
 namespace tool {
+namespace {
+
+/// While a reader holds the output up, nobody looks at the signals that ask for an end: they end the process themselves.
+class EndedBySignals {
+public:
+  EndedBySignals() {
+    sigset_t ends;
+    sigemptyset(&ends);
+    sigaddset(&ends, SIGINT);
+    sigaddset(&ends, SIGTERM);
+    sigprocmask(SIG_UNBLOCK, &ends, &before);
+  }
+  EndedBySignals(const EndedBySignals&) = delete;
+  EndedBySignals& operator=(const EndedBySignals&) = delete;
+  ~EndedBySignals() { sigprocmask(SIG_SETMASK, &before, nullptr); }
+
+private:
+  sigset_t before{};
+};
+
+} // namespace
 
 void flushOutput() {
-  if (std::cout.flush()) return;
   pollfd output{STDOUT_FILENO, POLLOUT, 0};
+  std::optional<EndedBySignals> heldUp;
+  if (poll(&output, 1, 0) == 0) heldUp.emplace();
+  if (std::cout.flush()) return;
   if (poll(&output, 1, 0) > 0 && (output.revents & (POLLERR | POLLHUP)) != 0) throw ReaderGone();
   throw Failure(Exit_Other, "the output could not be written");
 }

@@ -37,7 +37,7 @@ struct Request {
 };
 
 /// The answer to one request of the command line, however many messages it took.
-struct Reading {
+struct Reading { // NOLINT(bugprone-exception-escape): the JSON library's moves throw nothing
   std::vector<TagItem_t> items;
   Json header;
 };

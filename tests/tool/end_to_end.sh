@@ -254,7 +254,8 @@ echo "{\"fid\": \"$pump\", \"registers\": [{\"start\": 0, \"count\": 65536}]}" >
 start "$work/wide.json"
 ready $pump
 check 0 "wrote" write $pump 2048=7
-"$ovk_tool" --bus "$bus" monitor --count 6 >"$work/table" 2>"$work/monitor.err" &
+: >"$work/monitor.err"
+"$ovk_tool" --bus "$bus" monitor --count 6 >"$work/table" 2>>"$work/monitor.err" &
 monitor=$!
 "$ovk_tool" --bus "$bus" monitor --json --count 6 >"$work/whole" 2>>"$work/monitor.err" &
 until [ "$(grep -c watching "$work/monitor.err")" = 2 ]; do sleep 0.01; done
