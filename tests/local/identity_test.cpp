@@ -1,6 +1,7 @@
 #include <sys/stat.h>
 
 #include "local_bus.h"
+#include "platform/local/file_lock.h"
 
 namespace {
 
@@ -73,6 +74,20 @@ TEST_F(Identity, OneIdentifierAtATime) {
   start(fidB);
   EXPECT_NE(0, createTransferChannel(2, 2));
   traced("channels of another identifier are open");
+}
+
+TEST_F(Identity, WhatStandsInTheWayRefusesTheChannel) {
+  const std::string lock = fidA + ".lock"s;
+  std::ofstream(path(lock)) << "";
+  start(fidA);
+  std::optional<ovk::local::FileLock> sweeper; // that hangs
+  ovk::local::FileLock::take(ovk::local::busDirectory(), lock, ovk::local::FileLock::Purpose::sweep, sweeper);
+  EXPECT_NE(0, createTransferChannel(1, 2));
+  traced("another process has it");
+  sweeper.reset();
+  ASSERT_TRUE(std::filesystem::create_directory(path(fidA + ".c1"s)));
+  EXPECT_NE(0, createTransferChannel(1, 2));
+  traced("cannot listen at ");
 }
 
 TEST_F(Identity, IdentifiersNameNoOtherFiles) {

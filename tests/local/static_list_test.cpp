@@ -70,6 +70,17 @@ TEST_F(StaticList, RefusesWhatWouldSpoilTheFile) {
   EXPECT_EQ(0, Topology().set_static_member(fidB, fidC));
   traced("not valid JSON");
   EXPECT_EQ("{broken", fileText());
+  const std::string file = path("topology.json");
+  for (const auto& [name, reason] : {std::pair(file + ".new", "cannot write: "), {file, "not a file of"}}) {
+    std::filesystem::remove(file);
+    ASSERT_TRUE(std::filesystem::create_directory(name));
+    EXPECT_EQ(0, Topology().set_static_member(fidB, fidC));
+    traced(reason);
+  }
+  std::filesystem::remove(file);
+  std::filesystem::create_symlink(file, file);
+  EXPECT_EQ(0, Topology().set_static_member(fidB, fidC));
+  traced("cannot open: ");
 }
 
 std::string deviceOf(int editor, int number) {
