@@ -14,7 +14,6 @@ ElementPath::ElementPath(std::string_view array) {
   bracket_ = path_ + array.size();
   *bracket_++ = '[';
   end_ = bracket_;
-  *end_ = '\0';
 }
 
 std::string_view ElementPath::otherElement(int index) {
