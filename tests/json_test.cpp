@@ -42,20 +42,40 @@ TEST(Json, TheWholeTextOrNothing) {
     EXPECT_FALSE(isWhole(text)) << text;
 }
 
-TEST(Json, IntegersOnlyIn32Bits) {
-  const auto read = [](const std::string& text, int& value) {
-    Json json;
-    json.load("[" + text + "]");
-    return json.GetValueAsInt("[0]", &value);
+// Numbers are looked at in blocks: the odd one may stand anywhere in them.
+TEST(Json, ListsOfNumbers) {
+  std::string numbers = "10,";
+  const auto isGoodAmong = [&](const std::string& text) {
+    return isWhole("{\"first\":1,\"v\":[" + numbers + text + "," + numbers + "20]}");
   };
-  int value = 77;
-  for (const int number : {0, 1, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
-    EXPECT_TRUE(read(std::to_string(number), value) && value == number) << number;
+  for (int i = 0; i < 140; ++i, numbers += i % 2 != 0 ? "17," : "65535,") {
+    for (const char* text : {"0", "1,0,100", "-1", "1.5", "[2,3]"}) ASSERT_TRUE(isGoodAmong(text)) << i << ' ' << text;
+    for (const char* text : {"", "01", "00", "1,", "1 2", ":", "/", "2]"})
+      ASSERT_FALSE(isGoodAmong(text)) << i << ' ' << text;
   }
-  EXPECT_TRUE(read("-0", value) && value == 0);
-  for (const char* text :
-       {"2147483648", "-2147483649", "99999999999999999999999", "1.0", "1e1", "1E1", "\"1\"", "true", "null", "[1]"}) {
-    EXPECT_FALSE(read(text, value)) << text;
+}
+
+bool readsInt(const std::string& text, int& value) {
+  Json json;
+  json.load("[" + text + ",5," + text + "]");
+  int again = value, other = 0; // read one after the other
+  const bool found = json.GetValueAsInt("[0]", &value);
+  EXPECT_TRUE(json.GetValueAsInt("[1]", &other) && other == 5) << text;
+  EXPECT_TRUE(json.GetValueAsInt("[2]", &again) == found && again == value) << text;
+  return found;
+}
+
+TEST(Json, IntegersOnlyIn32Bits) {
+  int value = 77;
+  for (const int number :
+       {0, 1, 9999999, 12345678, 123456789, std::numeric_limits<int>::max(), -1, std::numeric_limits<int>::min()}) {
+    EXPECT_TRUE(readsInt(std::to_string(number), value) && value == number) << number;
+    EXPECT_TRUE(readsInt(" " + std::to_string(number) + "\n", value) && value == number) << number;
+  }
+  EXPECT_TRUE(readsInt("-0", value) && value == 0);
+  for (const auto& text : {"2147483648"s, "-2147483649"s, "4294967297"s, std::string(70, '1'), "1.0"s, "1e1"s, "1E1"s,
+                           "\"1\""s, "true"s, "null"s, "[1]"s, "{}"s, "12.5"s}) {
+    EXPECT_FALSE(readsInt(text, value)) << text;
   }
 }
 
@@ -96,14 +116,15 @@ TEST(Json, LookUpsInAnyOrder) {
 
 TEST(Json, DeepPathsAndCopies) {
   Json json;
-  json.load(R"([[[[[[[[[1,2,{"x":[3,4]}]]]]]]]]])");
+  const std::string name(5000, 'x');
+  json.load(R"([[[[[[[[[1,2,{")" + name + R"(":[3,4]}]]]]]]]]])");
   const std::string deep = "[0][0][0][0][0][0][0][0]";
   const Json copy = json;
   int value = 0;
   for (const Json* document : std::initializer_list<const Json*>{&json, &copy, &json}) {
     EXPECT_TRUE(document->GetValueAsInt(deep + "[1]", &value) && value == 2);
-    EXPECT_TRUE(document->GetValueAsInt(deep + "[2].x[1]", &value) && value == 4);
-    EXPECT_TRUE(document->GetValueAsInt(deep + "[2].x[0]", &value) && value == 3);
+    EXPECT_TRUE(document->GetValueAsInt(deep + "[2]." + name + "[1]", &value) && value == 4);
+    EXPECT_TRUE(document->GetValueAsInt(deep + "[2]." + name + "[0]", &value) && value == 3);
     EXPECT_FALSE(document->GetValueAsInt(deep + "[3]", &value));
   }
   json.load("[7]");
@@ -116,11 +137,13 @@ TEST(Json, GrowsMemberByMember) {
   Json array(Json::Kind::array);
   Json object;
   EXPECT_TRUE(array.empty() && object.empty());
+  int one = 0;
   array.add("1");
+  object.add("a", "1");
+  EXPECT_TRUE(array.GetValueAsInt("[0]", &one) && object.GetValueAsInt("a", &one)); // does not end their growth
   array.add("\"two\"");
-  object.add("a", "true");
   object.add("list", array.text());
-  EXPECT_EQ(object.text(), R"({"a":true,"list":[1,"two"]})");
+  EXPECT_EQ(object.text(), R"({"a":1,"list":[1,"two"]})");
   EXPECT_FALSE(array.empty() || object.empty());
   array.clear();
   object.clear();

@@ -97,12 +97,11 @@ TEST_F(Receive, MessagesThatReachNoService) {
 
 TEST_F(Receive, ResponsesBeforeRequestsAndTheLoopGoesOn) {
   platform().inbound[2] = {good(5)};
-  work(1, {good(4), "rubbish", good(6)});
+  work(1, {good(4), "x", good(6)});
   EXPECT_THAT(records_, testing::ElementsAre("1 1:2[2 3] -1:-1[]", "1 response", "1:2 0:0"));
-  EXPECT_THAT(platform().errors(),
-              testing::EndsWith("processReceivedMessage() returns -1\nfailed to process Msg rubbish\n"
-                                "processReceivedMessage returns -1\n"));
-  EXPECT_TRUE(traced(6, "readTransferChannel(IPC_TC_QMX_CLIENT_RSP_IDX) returned 7 bytes"));
+  EXPECT_THAT(platform().errors(), testing::EndsWith("processReceivedMessage() returns -1\nfailed to process Msg x\n"
+                                                     "processReceivedMessage returns -1\n"));
+  EXPECT_TRUE(traced(6, "readTransferChannel(IPC_TC_QMX_CLIENT_RSP_IDX) returned 1 bytes"));
   EXPECT_TRUE(traced(6, "readTransferChannel(IPC_TC_QMX_SERVER_REQ_IDX) returned " + std::to_string(good(5).size()) +
                             " bytes"));
   EXPECT_EQ(platform().offered, 16384U);
@@ -167,14 +166,19 @@ TEST_F(Receive, RecordFunctions) {
   void* record = nullptr;
   unsigned length = 7;
   EXPECT_EQ(allocateCallbackData(static_cast<ovk_Service_t>(8), &record, &length), -2);
+  fake::failMallocAfter(0);
+  EXPECT_EQ(allocateCallbackData(ovk_Service_TagReadClient, &record, &length), -1);
   EXPECT_TRUE(record == nullptr && length == 7);
   EXPECT_EQ(getCallbackData(static_cast<ovk_Service_t>(-1), "{}", 2, &record, &length), -4);
   EXPECT_EQ(platform().counters, (Counters{{0, 1}}));
   int untouched = 5;
   EXPECT_EQ(releaseCallbackData(static_cast<ovk_Service_t>(8), &untouched, 0), -1);
   EXPECT_EQ(releaseCallbackData(ovk_Service_TagReadClient, nullptr, 0), 0);
-  EXPECT_EQ(platform().errors(), "invalid service 8\ninvalid service -1\n"
-                                 "failed to allocate callback data for service -1\ninvalid service 8\n");
+  EXPECT_TRUE(allocateCallbackData(ovk_Service_TagReadClient, &record, &length) == 0 &&
+              releaseCallbackData(ovk_Service_TagReadClient, record, length) == 0);
+  EXPECT_EQ(platform().errors(),
+            "invalid service 8\nfailed to allocate callback data for service 2\ninvalid service -1\n"
+            "failed to allocate callback data for service -1\ninvalid service 8\n");
 }
 
 // By service: the blocks taken, and what is said when one that the record owns is missing.
@@ -199,6 +203,7 @@ TEST_F(Receive, BlocksThatAreNotThere) {
       EXPECT_EQ(process(good(service)), -4);
       EXPECT_TRUE(records_.empty());
       EXPECT_EQ(platform().counters, (Counters{{n == 0 ? 0 : okCounters[service] + 1, 1}}));
+      EXPECT_TRUE(traced(6, joined("for service ", service, "  getCallbackData returns ", n == 0 ? -4 : -1)));
       const std::string noRecord = "failed to allocate callback data for service " + std::to_string(service) + "\n";
       EXPECT_THAT(platform().errors(good(service)),
                   testing::StartsWith(n == 0 ? noRecord + noRecord : blocks[service].second));

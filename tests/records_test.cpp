@@ -161,6 +161,10 @@ TEST_F(Records, OutputsThatAreNull) {
   uint16_t word = 0;
   EXPECT_EQ(getMsgRegisterContent("{}", 0, &number, &word, &number, &number, nullptr, &number), -1);
   EXPECT_EQ(getMsgRegisterContent("{}", 0, nullptr, &word, &number, &number, &word, &number), -1);
+  const char* negative = R"({"sendNotification":0,"data":[{"start":-7,"words":[1]}]})";
+  EXPECT_EQ(getWriteRequestMessageParameters(negative, 0, &number, &number, &word, &number, &number, &word, &number),
+            0);
+  EXPECT_EQ(number, -1); // whatever stood there before
   EXPECT_EQ(platform().errors(), "Null Pointer passed!\nNull Pointer passed!\n");
 }
 
@@ -211,11 +215,12 @@ const struct {
   const char* what;
   std::string kept, rest = "";
 } reasonRows[] = {
-    {"80 bytes", x77 + "xxx"},
+    {"80 bytes, the last the start of a character", x77 + "xx\xC3"},
     {"81 bytes", x77 + "xxx", "x"},
     {"a backslash before its partner", x77 + "xx", "\\nxxx"},
     {"an escaped backslash", x77 + "x\\\\", "xxx"},
-    {"two bytes", x77 + "xx", "\xC3\xA4xxx"},
+    {"two bytes", x77 + "xx", "\xC0\x80xxx"},
+    {"three bytes", x77 + "x", "\xE0\xA4\x85xxx"},
     {"four bytes", x77, "\xF0\x9F\x98\x80xxx"},
     {"three bytes that fit", x77 + "\xE2\x82\xAC", "xxx"},
     {"a backslash before two bytes", x77 + "x", "\\\xC3\xA4xxx"},

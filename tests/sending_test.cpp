@@ -52,7 +52,7 @@ Call transfer(const char* src) {
 
 class Sending : public Receiver {};
 
-const std::string oneArea = R"(},"data":[{"start":1,"words":[1]}]})";
+const std::string oneArea = R"(},"data":[{"start":0,"words":[1]}]})";
 const std::string ok = R"(},"success":true,"data":)";
 const std::string failed = R"(},"success":false,"err_reason":"why")";
 const std::string unreasoned = "err_reason should be passed when success = false\n";
@@ -63,9 +63,9 @@ const struct {
   Call call;
   std::string tail, errors = "";
 } sentRows[] = {
-    {"write, start 2 negative", write(d, "r", 0, 1, 1, words, -1, words, 1), oneArea},
-    {"write, count 2 is 0", write(d, "r", 0, 1, 1, words, 7, words, 0), oneArea},
-    {"write, count 2 is -1", write(d, "r", 0, 1, 1, words, 7, words, -1), oneArea},
+    {"write, start 2 negative", write(d, "r", 0, 0, 1, words, -1, words, 1), oneArea},
+    {"write, count 2 is 0", write(d, "r", 0, 0, 1, words, 7, words, 0), oneArea},
+    {"write, count 2 is -1", write(d, "r", 0, 0, 1, words, 7, words, -1), oneArea},
     {"read two areas", read(100, 3, 5, 6), R"(},"data":[{"start":100,"num":3},{"start":5,"num":6}]})"},
     {"read with counts -1", read(0, -1, 0, -1), R"(},"data":[{"start":0,"num":-1},{"start":0,"num":-1}]})"},
     {"read, count 2 is 0", read(100, 3, 5, 0), R"(},"data":[{"start":100,"num":3},{"start":0,"num":0}]})"},
@@ -141,7 +141,8 @@ const struct {
     {"write: no registers", none, write(d, "r", 0, 1, 0), 2, area1 + "1, numberRegisters1=0\n"},
     {"write: count -1", none, write(d, "r", 0, 1, -1), 2, area1 + "1, numberRegisters1=-1\n"},
     {"write: start", none, write(d, "r", 0, -1, 1), 2, area1 + "-1, numberRegisters1=1\n"},
-    {"write: null words", none, write(d, "r", 0, 1, 2, nullptr), 2, twoWords + "1 on: null pointer\n"},
+    {"write: null", none, write(d, "r", 0, 1, 1, nullptr), 2,
+     "No values for the 1 registers from 1 on: null pointer\n"},
     {"write: null words 2", none, write(d, "r", 0, 1, 1, words, 5, nullptr, 2), 2, twoWords + "5 on: null pointer\n"},
     {"write: sendNotification", none, write(d, "r", 2, 1, 1), 2,
      "Invalid value 2 for sendNotification parameter\n" + notBuilt108},
