@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iostream>
+#include <string_view>
 
 #include "arguments.h"
 #include "failure.h"
