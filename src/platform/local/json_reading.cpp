@@ -209,24 +209,31 @@ JsonReading::Element JsonReading::decodeAhead(Element element) {
   element.end = jsonScalarEnd(element.at);
   if (*element.end != ',') return element;
   int* const numbers = ahead_.numbers();
-  std::size_t count = 0;
+  std::uint32_t count = 0;
   const char* block = nullptr;
-  for (const char* at = skipJsonSpace(element.end + 1); block != at;) {
+  const char* at = skipJsonSpace(element.end + 1);
+  while (block != at && *element.end == ',') {
     block = at;
     for (std::uint64_t stops = nonDigits(block); stops != 0; stops &= stops - 1) {
       const char* const stop = block + lowestBit(stops);
       if (stop < at) continue; // white space in front of the number
       const auto digits = static_cast<std::size_t>(stop - at);
-      const bool isShort = digits > 0 && digits <= maxShortDigits;
-      const bool isPlain = *stop == ',' || *stop == ']';
-      if (!isPlain || !isShort || count == NumbersAhead::room) return element;
+      const bool isPlain = digits - 1 < maxShortDigits && (*stop == ',' || *stop == ']');
+      if (!isPlain || count == NumbersAhead::room) return taken(element, count);
       numbers[count++] = shortNumber(at, digits);
-      ahead_.add(count);
-      element = {element.index + 1, at, stop, element.nextNode};
-      if (*stop == ']') return element;
+      element.at = at;
+      element.end = stop;
+      if (*stop == ']') break;
       at = skipJsonSpace(stop + 1);
     }
   }
+  return taken(element, count);
+}
+
+// The element at the end of `count` numbers decoded behind it.
+JsonReading::Element JsonReading::taken(Element element, std::uint32_t count) {
+  ahead_.add(count);
+  element.index += count;
   return element;
 }
 

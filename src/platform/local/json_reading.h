@@ -131,6 +131,7 @@ private:
   void remember(std::string_view path, const Start& parent, const Start& array);
   bool toNext(Element& element) const;
   Element decodeAhead(Element element);
+  Element taken(Element element, std::uint32_t count);
 
   std::string text_; // with padding behind it
   std::size_t size_ = 0;
