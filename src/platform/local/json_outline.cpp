@@ -6,7 +6,7 @@
 
 namespace ovk::local {
 
-bool JsonOutline::draw(std::string_view text) {
+void JsonOutline::draw(std::string_view text) {
   text_ = text.data();
   nodes_.clear();
   OpenLevels levels;
@@ -15,9 +15,7 @@ bool JsonOutline::draw(std::string_view text) {
   do {
     at = nextValue(at, levels);
   } while (at != nullptr && !levels.none());
-  const bool isOneValue = at == text.data() + text.size();
-  if (!isOneValue) nodes_.clear();
-  return isOneValue;
+  if (at != text.data() + text.size()) nodes_.clear();
 }
 
 // Notes a member and gives where its value starts; null when its key or colon is missing.

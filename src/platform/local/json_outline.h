@@ -22,8 +22,8 @@ public:
   };
   static constexpr std::uint32_t root = 0;
 
-  /// Outlines the text; false, and no node, when it is not one JSON value with nothing but white space around it.
-  bool draw(std::string_view text);
+  /// Outlines the text; no node when it is not one JSON value with nothing but white space around it.
+  void draw(std::string_view text);
   void clear() { nodes_.clear(); }
   bool empty() const { return nodes_.empty(); }
   const Node& operator[](std::uint32_t node) const { return nodes_[node]; }

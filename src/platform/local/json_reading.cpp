@@ -195,7 +195,7 @@ bool JsonReading::toNext(Element& element) const {
 bool JsonReading::findInt(std::string_view path, int& value) {
   const char* const at = find(path);
   int number = 0;
-  if (at == nullptr || readJsonInt(at, number) == nullptr) return false;
+  if (at == nullptr || !readJsonInt(at, number)) return false;
   value = number;
   if (array_ == none || element_.at != at || path.size() > NumbersAhead::maxPath) return true;
   ahead_.startBehind(path);

@@ -103,13 +103,13 @@ const char* jsonNumbersEnd(const char* at) {
   return at;
 }
 
-const char* readJsonInt(const char* at, int& value) {
+bool readJsonInt(const char* at, int& value) {
   const auto isWhole = [](char next) { return next != '.' && next != 'e' && next != 'E'; };
   const Bytes others = nonDigitMarks(loadBytes(at));
   const std::size_t digits = others == 0 ? bytesAtOnce : firstMark(others);
   if (digits > 0 && digits <= maxShortDigits) { // nearly always
     value = shortNumber(at, digits);
-    return isWhole(at[digits]) ? at + digits : nullptr;
+    return isWhole(at[digits]);
   }
   const bool minus = *at == '-';
   const char* const first = minus ? at + 1 : at;
@@ -117,7 +117,7 @@ const char* readJsonInt(const char* at, int& value) {
   for (at = first; isDigit(*at); ++at) magnitude = magnitude * 10 + static_cast<unsigned>(*at - '0');
   const auto number = static_cast<std::int64_t>(minus ? 0 - magnitude : magnitude);
   value = static_cast<int>(number);
-  return at != first && at - first <= 10 && isWhole(*at) && value == number ? at : nullptr;
+  return at != first && at - first <= 10 && isWhole(*at) && value == number;
 }
 
 } // namespace ovk::local

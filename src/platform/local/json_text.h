@@ -44,7 +44,7 @@ const char* jsonScalarEnd(const char* at);
 /// them: a text of 2048 numbers is checked in a sixth of the time.
 const char* jsonNumbersEnd(const char* at);
 
-/// Reads a whole number of 32 bits, written without fraction and exponent; its end, or null.
-const char* readJsonInt(const char* at, int& value);
+/// Reads a whole number of 32 bits; false when it is none, or written with fraction or exponent.
+bool readJsonInt(const char* at, int& value);
 
 } // namespace ovk::local

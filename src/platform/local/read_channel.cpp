@@ -9,7 +9,6 @@
 #include <poll.h>
 #include <sys/epoll.h>
 #include <sys/ioctl.h>
-#include <utility>
 
 #include "platform/local/socket_address.h"
 #include "platform/local/trace.h"
@@ -76,11 +75,11 @@ ReadChannel::~ReadChannel() {
 
 int ReadChannel::read(void* buffer, unsigned size) {
   for (;;) {
-    if (ready_.empty() && (std::exchange(emptied_, false) || !look())) return 0;
+    if (ready_.empty() && !look()) return 0;
     const int length = receive(ready_.front(), buffer, size);
     if (length > 0) return length;
     ready_.pop_front();
-    emptied_ = ready_.empty() && !knocked_;
+    if (ready_.empty() && !knocked_) return 0; // what came since the last look shows at the next call
   }
 }
 

@@ -39,7 +39,6 @@ private:
   std::map<int, FileDescriptor> connections_;
   std::deque<int> ready_; // connections that may hold messages, in the order in which they are to be emptied
   bool knocked_ = false;  // at the last look a writer wanted to be taken in, and others may wait behind it
-  bool emptied_ = false;  // all that the last look found is read: what came since shows at the next call
   bool paused_ = false;   // no descriptor was left for the next connection
   pid_t owner_;
 };
