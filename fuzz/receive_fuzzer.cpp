@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "callback/record_table.h"
 #include "check.h"
 #include "ovk/ovk.h"
 #include "platform/transfer_channel.h"
@@ -76,11 +77,6 @@ void useBody(ovk_RegisterWriteReqCallbackData_t& record) {
   ovk_serveWriteRegisters(record.srcFid, record.dstFid, record.refId, false, "no");
 }
 
-template <typename Record, typename = void>
-constexpr bool isResponse = false;
-template <typename Record>
-constexpr bool isResponse<Record, std::void_t<decltype(Record::success)>> = true;
-
 template <typename Record>
 int useRecord(void* data, unsigned length) {
   Record& record = *static_cast<Record*>(data);
@@ -88,7 +84,7 @@ int useRecord(void* data, unsigned length) {
   checkText(record.srcFid);
   checkText(record.dstFid);
   checkText(record.refId);
-  if constexpr (isResponse<Record>) {
+  if constexpr (ovk::isResponse<Record>) {
     checkText(record.errReason);
     check(record.success == 0 || record.success == 1, "success is 0 or 1");
   }

@@ -20,12 +20,6 @@ namespace {
 template <typename Record>
 using Extractor = int (*)(const char* msg, unsigned msgLen, Record* record);
 
-// Records of responses tell how the peer fared.
-template <typename Record, typename = void>
-constexpr bool isResponse = false;
-template <typename Record>
-constexpr bool isResponse<Record, std::void_t<decltype(Record::success)>> = true;
-
 template <typename Record, Extractor<Record> extractor, auto... blockFields>
 struct Row {
   static void fillHeader(const CommonMembers& members, void* data) {

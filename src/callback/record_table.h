@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <type_traits>
 
 #include "message/parse.h"
 #include "ovk/service.h"
@@ -9,6 +10,12 @@
 // What the messages of a service become: the record table, one row per service. The catalogue in core tells the rest.
 
 namespace ovk {
+
+// Records of responses tell how the peer fared.
+template <typename Record, typename = void>
+constexpr bool isResponse = false;
+template <typename Record>
+constexpr bool isResponse<Record, std::void_t<decltype(Record::success)>> = true;
 
 /// The addresses in the pointer fields of a record, null where there is none; in the order in which they are freed.
 using OwnedBlocks = std::array<void*, 2>;

@@ -9,6 +9,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "callback/record_table.h"
 #include "core/receive_loop.h"
 #include "core/registry.h"
 #include "ovk/ovk.h"
@@ -143,11 +144,6 @@ std::string body(const Record& r) {
 /// What every callback does; the record is described with what stands in front of its body.
 inline std::function<int(void* data, const std::string& description)> onMessage;
 
-template <typename Record, typename = void>
-constexpr bool isResponse = false;
-template <typename Record>
-constexpr bool isResponse<Record, std::void_t<decltype(Record::success)>> = true;
-
 template <typename Record>
 int callback(void* data, unsigned length) {
   const fake::Undisturbed undisturbed;
@@ -156,7 +152,7 @@ int callback(void* data, unsigned length) {
   std::string front;
   if constexpr (std::is_same_v<Record, ovk_RegisterWriteReqCallbackData_t>)
     front = joined(record.sendNotification, ' ');
-  if constexpr (isResponse<Record>) front = joined(record.success, record.errReason, ' ');
+  if constexpr (ovk::isResponse<Record>) front = joined(record.success, record.errReason, ' ');
   return onMessage(data, front + body(record));
 }
 
