@@ -13,9 +13,9 @@ namespace ovk {
 
 // Records of responses tell how the peer fared.
 template <typename Record, typename = void>
-constexpr bool isResponse = false;
+inline constexpr bool isResponse = false;
 template <typename Record>
-constexpr bool isResponse<Record, std::void_t<decltype(Record::success)>> = true;
+inline constexpr bool isResponse<Record, std::void_t<decltype(Record::success)>> = true;
 
 /// The addresses in the pointer fields of a record, null where there is none; in the order in which they are freed.
 using OwnedBlocks = std::array<void*, 2>;
