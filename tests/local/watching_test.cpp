@@ -64,11 +64,11 @@ TEST_F(Watching, SlowWatcherMissesWhatFillsItsQueueAndHoldsNobodyUp) {
     EXPECT_TRUE(ovk_local_start_watching());
     self.signal();
     self.await();
-    int taken = 0;
+    unsigned taken = 0;
     unsigned missed = 0;
     ovk_local_passed_t passed{};
     for (; ovk_local_next_passed(passed); ++taken) missed += passed.missed;
-    EXPECT_GT(taken, 10);
+    EXPECT_GT(taken, 10U);
     EXPECT_EQ(0U, missed);
     self.signal();
     self.await();
