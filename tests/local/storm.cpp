@@ -1,0 +1,250 @@
+// Participants ask one another at random, as fast as they can, and some are killed and start again. Every message is
+// accounted for: what was written is delivered once and in order, what was refused is not, and only what a killed reader
+// left unread is lost.
+//
+//     storm [PARTICIPANTS [SECONDS [ROUNDS [KILLS]]]]      SECONDS and KILLS of each round
+
+#include <atomic>
+#include <map>
+#include <poll.h>
+#include <random>
+#include <sys/mman.h>
+#include <thread>
+
+#include "local_bus.h"
+#include "ovk/ovk.h"
+
+namespace {
+
+constexpr int mostParticipants = 32;
+int participants = 6;
+std::chrono::duration<double> seconds(0.3);
+int rounds = 3;
+int kills = 4;
+
+enum Type { readRequest, readResponse, writeRequest, writeResponse, typeCount };
+
+enum Phase { answering, askingAtRandom, askingEach };
+
+// Of the messages of one type from one participant to another.
+struct Account {
+  std::atomic<unsigned> tried, written, refused, delivered;
+};
+
+// Shared by all processes, so that it outlives those that are killed. First the writer, then the reader.
+struct Ledger {
+  Account accounts[mostParticipants][mostParticipants][typeCount];
+  std::atomic<unsigned> asked[mostParticipants][mostParticipants];
+  std::atomic<unsigned> last[mostParticipants][mostParticipants][2]; // request and response delivered, by number
+  std::atomic<unsigned> wrong;                                       // out of order, or with other values
+  std::atomic<unsigned> kills[mostParticipants];
+  std::atomic<Phase> phase;
+};
+Ledger& ledger =
+    *static_cast<Ledger*>(::mmap(nullptr, sizeof(Ledger), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+int self = 0;
+
+std::string fidOf(int participant) { return "VR001_00001_0000000000" + std::to_string(10 + participant); }
+int participantOf(const std::string& fid) { return std::stoi(fid.substr(22)) - 10; }
+
+// What travels with the request of that number, which is its reference, too.
+std::vector<uint16_t> valuesOf(unsigned number) {
+  std::vector<uint16_t> values(number % 16 == 0 ? ovk_MaxRegistersPerArea : 10);
+  for (std::size_t i = 0; i < values.size(); ++i) values[i] = static_cast<uint16_t>(number * 31 + i);
+  return values;
+}
+
+void enter(int reader, Type type, const std::function<unsigned()>& send) {
+  Account& account = ledger.accounts[self][reader][type];
+  ++account.tried;
+  const unsigned status = send();
+  ++(status == ovk_Status_Done ? account.written : account.refused);
+  // A queue may be full, and a participant that was killed unknown until it is back.
+  if (status != ovk_Status_Done && (ledger.phase == askingEach || (kills == 0 && status != ovk_Status_NotWritten)))
+    ++ledger.wrong;
+}
+
+template <typename Record>
+unsigned arrived(Type type, const Record& record) {
+  const int writer = participantOf(record.srcFid);
+  const auto number = static_cast<unsigned>(std::stoul(record.refId));
+  ++ledger.accounts[writer][self][type].delivered;
+  if (ledger.last[writer][self][type % 2].exchange(number) >= number) ++ledger.wrong;
+  return number;
+}
+
+void compare(unsigned number, const uint16_t* values, int count) {
+  if (std::vector<uint16_t>(values, values + count) != valuesOf(number)) ++ledger.wrong;
+}
+
+int onReadRequest(ovk_RegisterReadReqCallbackData_t* record, unsigned /*length*/) {
+  const std::vector<uint16_t> values = valuesOf(arrived(readRequest, *record));
+  enter(participantOf(record->srcFid), readResponse, [&] {
+    return ovk_serveReadRegisters(record->srcFid, record->dstFid, record->refId, 0, values.data(),
+                                  record->numberRegisters1, 0, nullptr, 0, true, nullptr);
+  });
+  return 0;
+}
+
+int onReadResponse(ovk_RegisterReadRspCallbackData_t* record, unsigned /*length*/) {
+  compare(arrived(readResponse, *record), record->pStartRegister1, record->numberRegisters1);
+  return 0;
+}
+
+int onWriteRequest(ovk_RegisterWriteReqCallbackData_t* record, unsigned /*length*/) {
+  compare(arrived(writeRequest, *record), record->pStartRegister1, record->numberRegisters1);
+  enter(participantOf(record->srcFid), writeResponse,
+        [&] { return ovk_serveWriteRegisters(record->srcFid, record->dstFid, record->refId, true, nullptr); });
+  return 0;
+}
+
+int onWriteResponse(ovk_RegisterWriteRspCallbackData_t* record, unsigned /*length*/) {
+  arrived(writeResponse, *record);
+  return 0;
+}
+
+template <typename Callback>
+void add(ovk_Service_t service, Callback callback) {
+  const auto untyped = reinterpret_cast<void*>(callback);
+  EXPECT_EQ(unsigned{ovk_Status_Done}, ovk_RegisterForService(service, untyped, nullptr, nullptr, nullptr));
+}
+
+void ask(int reader) {
+  const unsigned number = ++ledger.asked[self][reader];
+  const std::string refId = std::to_string(number);
+  const std::vector<uint16_t> values = valuesOf(number);
+  const auto count = static_cast<int>(values.size());
+  enter(reader, number % 2 == 0 ? readRequest : writeRequest, [&] {
+    return number % 2 == 0
+               ? ovk_ReadRegisters(fidOf(reader).c_str(), refId.c_str(), 0, count, 0, 0)
+               : ovk_WriteRegisters(fidOf(reader).c_str(), refId.c_str(), 0, 0, values.data(), count, 0, nullptr, 0);
+  });
+}
+
+void askAsToldTo(std::minstd_rand& random, bool& askedAll) {
+  if (ledger.phase == askingAtRandom) {
+    const auto reader = static_cast<int>(random() % static_cast<unsigned>(participants));
+    const int burst = random() % 4096 == 0 ? 3000 : 1; // sometimes more than a queue holds
+    for (int i = 0; i < burst; ++i) ask(reader);
+  }
+  if (ledger.phase != askingEach || askedAll) return;
+  for (int reader = 0; reader < participants; ++reader) ask(reader);
+  askedAll = true;
+}
+
+void takePart(Child& child) {
+  ovk_Init(true, fidOf(self).c_str(), nullptr, nullptr, nullptr);
+  add(ovk_Service_RegisterReadServer, onReadRequest);
+  add(ovk_Service_RegisterReadClient, onReadResponse);
+  add(ovk_Service_RegisterWriteServer, onWriteRequest);
+  add(ovk_Service_RegisterWriteClient, onWriteResponse);
+  child.signal();
+  std::minstd_rand random(static_cast<unsigned>(::getpid()));
+  bool askedAll = false;
+  pollfd waiting[] = {{ovk_local_wait_descriptor(), POLLIN, 0}, {child.link(), POLLIN, 0}};
+  while (::poll(waiting, 2, ledger.phase == askingAtRandom ? 0 : 10) >= 0 && waiting[1].revents == 0) {
+    if (waiting[0].revents != 0) ovk_DoWork(nullptr, nullptr, nullptr);
+    askAsToldTo(random, askedAll);
+  }
+  ovk_QMXBusShutdown();
+}
+
+class Storm : public LocalBus {
+protected:
+  void launch(int participant) {
+    self = participant;
+    processes_[participant] = std::make_unique<Child>(takePart);
+    ASSERT_TRUE(processes_[participant]->await()) << fidOf(participant);
+  }
+  void killAtRandomTimes() {
+    for (int i = 0; i < kills; ++i) {
+      std::this_thread::sleep_for(seconds / kills * std::uniform_real_distribution<>()(random_));
+      const auto victim = static_cast<int>(random_() % static_cast<unsigned>(participants));
+      processes_[victim]->kill();
+      ++ledger.kills[victim];
+      launch(victim);
+    }
+  }
+  std::minstd_rand random_{static_cast<unsigned>(::getpid())};
+  std::map<int, std::unique_ptr<Child>> processes_;
+};
+
+void forEachAccount(const std::function<void(int, int, Type, Account&)>& visit) {
+  for (int writer = 0; writer < participants; ++writer)
+    for (int reader = 0; reader < participants; ++reader)
+      for (const Type type : {readRequest, readResponse, writeRequest, writeResponse})
+        visit(writer, reader, type, ledger.accounts[writer][reader][type]);
+}
+
+unsigned delivered() {
+  unsigned all = 0;
+  forEachAccount([&all](int, int, Type, const Account& account) { all += account.delivered; });
+  return all;
+}
+
+void waitUntilQuiet() {
+  for (unsigned before = 0; delivered() != before;) {
+    before = delivered();
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  }
+}
+
+void checkAccounts() {
+  EXPECT_EQ(0U, ledger.wrong);
+  forEachAccount([](int writer, int reader, Type type, const Account& account) {
+    SCOPED_TRACE(fidOf(writer) + " to " + fidOf(reader) + ", type " + std::to_string(type));
+    EXPECT_LE(account.written + account.refused, account.tried);
+    EXPECT_GE(account.written + account.refused + ledger.kills[writer], account.tried);
+    EXPECT_LE(account.delivered, account.tried - account.refused);
+    EXPECT_TRUE(account.delivered >= account.written || ledger.kills[reader] > 0);
+  });
+}
+
+void checkCounters(int participant) {
+  constexpr int numbers[typeCount][3] = {{0, 0, 47}, {49, 50, 51}, {69, 70, 71}, {0, 0, 75}};
+  std::map<int, unsigned> expected;
+  forEachAccount([&](int writer, int reader, Type type, const Account& account) {
+    if (writer == participant) expected[numbers[type][0]] += account.written;
+    if (writer == participant) expected[numbers[type][1]] += account.refused;
+    if (reader == participant) expected[numbers[type][2]] += account.delivered;
+  });
+  expected[0] = 0;
+  std::vector<ovk_local_counter_t> counters;
+  EXPECT_TRUE(ovk_local_read_counters(fidOf(participant).c_str(), counters));
+  for (const auto& counter : counters) EXPECT_EQ(expected[counter.number], counter.value) << counter.number;
+}
+
+TEST_F(Storm, EveryMessageIsAccountedFor) {
+  ovk_local_set_trace_threshold(-1); // refusals are counted
+  unsigned sum = 0;
+  for (int round = 0; round < rounds && !HasFailure(); ++round) {
+    new (&ledger) Ledger();
+    for (int participant = 0; participant < participants; ++participant) launch(participant);
+    ledger.phase = askingAtRandom;
+    const auto end = std::chrono::steady_clock::now() + seconds;
+    killAtRandomTimes();
+    std::this_thread::sleep_until(end);
+    ledger.phase = answering;
+    waitUntilQuiet();
+    ledger.phase = askingEach; // also those who were killed must be reached again
+    waitUntilQuiet();
+    checkAccounts();
+    for (int participant = 0; kills == 0 && participant < participants; ++participant) checkCounters(participant);
+    for (const auto& process : processes_) EXPECT_EQ(0, process.second->finish());
+    EXPECT_EQ(0, files());
+    sum += delivered();
+    std::printf("round %d: %u messages delivered in all\n", round + 1, sum);
+    std::fflush(stdout);
+  }
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+  ::testing::InitGoogleTest(&argc, argv);
+  if (argc > 1) participants = std::atoi(argv[1]);                           // NOLINT(cert-err34-c)
+  if (argc > 2) seconds = std::chrono::duration<double>(std::atof(argv[2])); // NOLINT(cert-err34-c)
+  if (argc > 3) rounds = std::atoi(argv[3]);                                 // NOLINT(cert-err34-c)
+  if (argc > 4) kills = std::atoi(argv[4]);                                  // NOLINT(cert-err34-c)
+  return RUN_ALL_TESTS();
+}
