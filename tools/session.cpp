@@ -170,9 +170,11 @@ std::string Session::why() const {
 }
 
 void Session::keepTrace(const char* line, unsigned length, void* session) {
-  // The first line is closest to the cause; what follows only says that the caller failed too.
+  // The first line is closest to the cause; what follows only says that the caller failed too. That nobody can read the
+  // counters is no cause of anything.
   std::string& kept = static_cast<Session*>(session)->firstTrace;
-  if (kept.empty()) kept.assign(line, length);
+  const std::string_view text(line, length);
+  if (kept.empty() && text.find(" not published: ") == std::string_view::npos) kept = text;
 }
 
 } // namespace tool

@@ -15,7 +15,8 @@
 /// enabled until ovk_QMXBusShutdown() or its end. While it does, a second process of the same identifier gets no
 /// channels (status 8). Whatever way it ends, its identifier is free at once; what a killed process left in the
 /// directory is removed by the next one that joins. A forked child that never calls exec keeps its parent's identifier
-/// taken.
+/// taken. Who takes part when somebody removes the directory finds nobody on the bus any more, until it shuts down and
+/// registers again.
 ///
 /// Messages. Between two participants messages keep their order and their boundaries, and they are lost only when their
 /// reader closes or dies with messages unread. Requests go to the controller that they name, or to that of the

@@ -1,0 +1,121 @@
+#!/bin/bash
+# What can befall a bus directory while participants run: nothing hangs, nothing crashes, and who asks is told why.
+# Arguments: the tool, and a device file. Full and read-only disks are played as root only.
+set -u
+ovk_tool=$1
+device=$2
+pump=VR017_00042_00A0B1C2D3E4
+new=VR001_00001_0000000000AA
+own_mounts=${3-}
+[ -n "$own_mounts" ] || ! unshare -m true 2>/dev/null || exec unshare -m "$0" "$ovk_tool" "$device" own-mounts
+work=$(mktemp -d)
+bus=$work/bus
+trap 'kill $sim 2>/dev/null; umount "$work/disk" 2>/dev/null; rm -rf "$work"' EXIT
+failures=0
+
+complain() {
+  echo "FAILED: $*"
+  failures=$((failures + 1))
+}
+
+# check CODE PATTERN ARGUMENT... : runs the tool; its exit code, and a line of its output on either stream.
+check() {
+  local code=$1 pattern=$2 got
+  shift 2
+  timeout 30 "$ovk_tool" --bus "$bus" "$@" >"$work/out" 2>&1
+  got=$?
+  [ $got = "$code" ] && grep -Eq -- "$pattern" "$work/out" ||
+    complain "'$*' exited with $got, not $code, or printed nothing like '$pattern': $(cat "$work/out")"
+}
+
+start() {
+  : >"$work/ready"
+  timeout 60 "$ovk_tool" --bus "$bus" sim "$device" >"$work/ready" 2>"$work/sim.log" &
+  sim=$!
+  for _ in $(seq 200); do grep -q ready "$work/ready" && return; sleep 0.05; done
+}
+works() { check 0 '^[0-9]+$' read $pump 100 -q; }
+stop() {
+  kill $sim
+  wait $sim || complain "the device ended with $?: $(cat "$work/sim.log")"
+}
+
+# instead THING COMMAND... : what stands at the place of a file of the bus while the command runs.
+instead() {
+  local place=$bus/$2
+  case $1 in
+    nothing) ;;
+    fifo) mkfifo "$place" ;;
+    folder) mkdir "$place" ;;
+    file) : >"$place" ;;
+    link) ln -s "$work/elsewhere" "$place" ;;
+  esac
+  shift 2
+  "$@"
+  rm -rf "$place"
+}
+
+start
+for thing in nothing fifo folder file link; do
+  mv "$bus/$pump.c2" "$work/kept"
+  instead $thing $pump.c2 check 7 "cannot write to $pump: it is not running" read $pump 100
+  mv "$work/kept" "$bus/$pump.c2"
+  works
+done
+instead folder $new.lock check 8 "cannot join the bus as $new: Is a directory" --id $new read $pump 100
+instead link $new.lock check 8 "cannot join the bus as $new: Too many levels" --id $new read $pump 100
+for thing in fifo folder file link; do instead $thing $new.counters check 0 '^1$' --id $new read $pump 100 -q; done
+for thing in fifo folder; do
+  instead $thing topology.json check 0 "may be incomplete .*topology.json ignored: not a file" topology
+  instead $thing topology.json check 1 "topology.json ignored: not a file" topology add $pump $new pipe
+done
+
+# A clock that was set forward or back: whoever joins is seen, and nobody else is lost.
+for time in "+3 days" "-20 years"; do
+  touch -d "$time" "$bus"
+  works
+done
+check 0 "^$pump +controller .*online" topology
+
+# Moved away and brought back, with requests in between.
+mv "$bus" "$work/away"
+check 4 "$pump is not on the bus in $bus .known: nobody." read $pump 100
+rm -r "$bus"
+mv "$work/away" "$bus"
+works
+
+# Removed. Who took part is off the bus and told so, until it starts again; who comes then meets in the new one.
+"$ovk_tool" --bus "$bus" read $pump 100 -q --every 0.02 --count 100 --timeout 0.1 >"$work/values" 2>"$work/reader" &
+reader=$!
+until [ -s "$work/values" ]; do sleep 0.02; done
+rm -r "$bus"
+until [ -s "$work/reader" ]; do sleep 0.02; done
+stop
+start
+works
+wait $reader
+[[ $? = [457] ]] || complain "the reader was not told: $(tail -n 1 "$work/reader")"
+stop
+
+# Disks. The smallest things need no space: a full disk costs counters and edits; without inodes nobody joins.
+bus=$work/disk
+mkdir "$bus"
+if [ -n "$own_mounts" ] && mount -t tmpfs -o size=16k,nr_inodes=8,mode=0700 none "$bus"; then
+  head -c 100000 /dev/zero >"$bus/filler" 2>/dev/null
+  start
+  works
+  check 0 "^$pump " topology
+  check 1 "cannot write: No space left" topology add $pump $new pipe
+  [ ! -e "$bus/topology.json.new" ] || complain "a failed edit left its file"
+  touch "$bus"/inode{1,2,3,4,5} 2>/dev/null
+  check 8 "cannot join the bus as .*: No space left" read $pump 100
+  rm "$bus"/inode* "$bus/filler"
+  works
+  stop
+  mount -o remount,ro "$bus"
+  check 8 "cannot join the bus as .*: Read-only file system" read $pump 100
+  check 1 "Read-only file system" topology add $pump $new pipe
+  check 0 "^identifier" topology
+fi
+
+[ $failures = 0 ] && echo "all checks passed"
