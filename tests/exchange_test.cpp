@@ -16,7 +16,7 @@ int resBlock = 300;
 unsigned askTags() { return ovk_ReadTags(d, "r", {{1, 17}, {-9, 65535}}); }
 
 unsigned serveTag() {
-  TagItem_t item{"F", 9, 17, 2, {}, 100, -2}; // the item's own identifier and type are not sent
+  TagItem_t item{"F", 9, 17, 2, {}, -2147483647, 2147483647}; // the item's own identifier and type are not sent
   item.data.i = 7;
   return ovk_serveReadTag(d, s, "r", 1, &item, true, nullptr);
 }

@@ -15,7 +15,7 @@ const char* const s = own.c_str();
 const char* const longRef = "01234567890123456789012345678901234567890";
 const uint16_t words[] = {1, 65535, 0};
 int blocks[] = {100, 2, 3, 4, 5, 6, 7, 8, 9, 10};
-TagItem_t items[1] = {};
+TagItem_t items[11] = {};
 
 Call write(const char* dst, const char* ref, int notification, int start, int count, const uint16_t* values = words,
            int start2 = -1, const uint16_t* values2 = nullptr, int count2 = 9) {
@@ -116,7 +116,7 @@ const struct {
     {"ask tags: none", askTags(0)},
     {"tags: no items", serveTags("d", "s", 0, nullptr)},
     {"tags: failed, items not looked at", serveTags("d", "s", 5, nullptr, false)},
-    {"tags: failed, items all the same", serveTags("d", "s", 1, items, false)},
+    {"tags: failed, items all the same", serveTags("d", "s", 11, items, false)},
     {"tags: null source first", serveTags(nullptr, nullptr, 0, nullptr)},
     {"tags: empty identifier", serveTags("", "s", 0, nullptr)},
     {"tags: null items", serveTags("d", "s", 5, nullptr)},
