@@ -131,6 +131,10 @@ check 2 "needs? a controller" sim "$devices/pump-controller.json" "$devices/leve
 check 1 "^ovk: $work/none: No such file or directory$" sim "$work/none"
 check 1 "unknown member 'nmae'" sim --id $pump "$devices/pump-controller.json" "$work/misspelt.json"
 check 1 "unknown member 'nmae'" sim --check "$work/misspelt.json"
+echo "{\"fid\": $pump}" >"$work/unquoted.json"
+echo '{"tags": [{"tag": 1, "idd": 1, "tag": 2}]}' >"$work/twice.json"
+check 1 "^ovk: $work/unquoted.json: line 1, column [0-9]+: " sim --check "$work/unquoted.json"
+check 1 "^ovk: $work/twice.json: member 'tag' stands twice$" sim --check "$work/twice.json"
 check 1 "already the device" sim --check "$devices/level-sensor.json" "$devices/level-sensor.json"
 check 0 "pump-controller.json: good" sim --check "$devices"/*.json
 
@@ -250,10 +254,15 @@ check 7 "is it running" read $pump 100 # still known: a static device stands bel
 
 
 # Areas that need several requests, and what passes on the bus meanwhile.
-echo "{\"fid\": \"$pump\", \"registers\": [{\"start\": 0, \"count\": 65536}]}" >"$work/wide.json"
+# And whole numbers that move by their step, and wrap around.
+echo "{\"fid\": \"$pump\", \"registers\": [{\"start\": 0, \"count\": 65536}], \"tags\": [
+  {\"tag_type\": 1, \"tag\": 1, \"idd\": 1, \"value\": 4294967295, \"step\": 2, \"startReg\": 0, \"regLen\": 2},
+  {\"tag_type\": 2, \"tag\": 1, \"idd\": 2, \"value\": -2, \"step\": -3, \"startReg\": 2, \"regLen\": 2}]}" >"$work/wide.json"
 start "$work/wide.json"
 ready $pump
 check 0 "wrote" write $pump 2048=7
+values "-2 4294967295" tags $pump info:1 port:1
+values "-5 1" tags $pump info:1 port:1
 : >"$work/monitor.err"
 "$ovk_tool" --bus "$bus" monitor --count 6 >"$work/table" 2>>"$work/monitor.err" &
 monitor=$!
