@@ -6,45 +6,45 @@ namespace {
 
 class Counters : public LocalBus {
 protected:
-  // The counter's value; -1 when the participant's counters cannot be read.
-  static std::int64_t read(const char* fid, int number) {
-    std::vector<ovk_local_counter_t> counters(1, {number, "", 0});
-    const bool found = ovk_local_read_counters(fid, counters);
-    EXPECT_EQ(found, counters.size() != 1) << "touched without success";
+  // What the participant counted, like "0:1 76:2"; "unreadable" when nobody may know.
+  static std::string countedBy(const char* fid) {
+    std::vector<ovk_local_counter_t> counters(1, {0, "", 7});
+    if (!ovk_local_read_counters(fid, counters)) return counters.size() == 1 ? "unreadable" : "touched without success";
+    std::string text;
     for (const auto& counter : counters)
-      if (found && counter.number == number) return counter.value;
-    return -1;
+      if (counter.value != 0)
+        text += (text.empty() ? "" : " ") + std::to_string(counter.number) + ':' + std::to_string(counter.value);
+    return text;
   }
   static void publish(const std::string& fid) {
     start(fid);
     EXPECT_EQ(0, createQMXBSharedMemory());
   }
+  static void countOne() {
+    publish(fidA);
+    IncrQMXBCnt(QMXB_API_REG_READ_REQ_RX_OK);
+  }
 };
 
 TEST_F(Counters, AreReadFromOutsideWhileTheOwnerRuns) {
-  Child owner([](Child& self) {
-    IncrQMXBCnt(QMXB_API_REG_WRITE_RSP_RX_ERR); // before there is a file
+  StayingChild owner([] {
+    for (const int number : {-1, 128, 76}) IncrQMXBCnt(static_cast<QMXBCounter_e>(number)); // before there is a file
     for (int i = 0; i < 2; ++i) publish(fidA);
-    IncrQMXBCnt(QMXB_API_REG_WRITE_RSP_RX_ERR);
-    IncrQMXBCnt(QMXB_API_RX_COMMON_ERR);
-    for (const int number : {-1, 128}) IncrQMXBCnt(static_cast<QMXBCounter_e>(number));
-    self.signal();
-    self.await();
+    for (const int number : {0, 76}) IncrQMXBCnt(static_cast<QMXBCounter_e>(number));
+    countOne();
   });
-  ASSERT_TRUE(owner.await());
-  EXPECT_EQ(1, read(fidA, 0));
-  EXPECT_EQ(2, read(fidA, 76));
-  EXPECT_EQ(0, read(fidA, 47));
-  EXPECT_EQ(-1, read(fidB, 0));
-  EXPECT_EQ(-1, read(nullptr, 0));
-  // A second process of the identifier counts for itself and harms nothing.
-  start(fidA);
-  EXPECT_GT(0, createQMXBSharedMemory());
-  traced("another process counts under this identifier");
-  IncrQMXBCnt(QMXB_API_RX_COMMON_ERR);
-  EXPECT_EQ(1, read(fidA, 0));
+  EXPECT_EQ("0:1 47:1 76:2", countedBy(fidA));
+  for (const char* nobody : {fidB, static_cast<const char*>(nullptr)}) EXPECT_EQ("unreadable", countedBy(nobody));
+  Child second([&](Child&) { // of the identifier; it counts for itself and harms nothing
+    start(fidA);
+    EXPECT_GT(0, createQMXBSharedMemory());
+    traced("another process counts under this identifier");
+    IncrQMXBCnt(QMXB_API_RX_COMMON_ERR);
+  });
+  EXPECT_EQ(0, second.finish());
+  EXPECT_EQ("0:1 47:1 76:2", countedBy(fidA));
   EXPECT_EQ(0, owner.finish());
-  EXPECT_EQ(-1, read(fidA, 0));
+  EXPECT_EQ("unreadable", countedBy(fidA));
   EXPECT_EQ(0, files());
 }
 
@@ -53,11 +53,11 @@ TEST_F(Counters, MoveWithTheIdentifier) {
     publish(fidA);
     IncrQMXBCnt(QMXB_API_TAG_READ_REQ_RX_OK);
     publish(fidB);
-    EXPECT_EQ(1, read(fidB, 55));
-    EXPECT_EQ(-1, read(fidA, 55));
+    EXPECT_EQ("55:1", countedBy(fidB));
+    EXPECT_EQ("unreadable", countedBy(fidA));
     EXPECT_EQ(0, Child([](Child&) {}).finish()); // whose end takes nothing along
     IncrQMXBCnt(QMXB_API_TAG_READ_REQ_RX_OK);
-    EXPECT_EQ(2, read(fidB, 55));
+    EXPECT_EQ("55:2", countedBy(fidB));
     start("");
     EXPECT_GT(0, createQMXBSharedMemory());
   });
@@ -66,28 +66,20 @@ TEST_F(Counters, MoveWithTheIdentifier) {
 
 // The file may be cut or overwritten by anybody of the same user, or be left by a killed process.
 TEST_F(Counters, ReaderDoesNotTrustTheFile) {
-  const auto counting = [](Child& self) {
-    publish(fidA);
-    IncrQMXBCnt(QMXB_API_REG_READ_REQ_RX_OK);
-    self.signal();
-    self.await();
-  };
   const std::string file = path(fidA + ".counters"s);
-  Child owner(counting);
-  ASSERT_TRUE(owner.await());
-  EXPECT_EQ(1, read(fidA, 47));
+  StayingChild owner(countOne);
+  EXPECT_EQ("47:1", countedBy(fidA));
   std::filesystem::resize_file(file, 100);
-  EXPECT_EQ(-1, read(fidA, 47));
+  EXPECT_EQ("unreadable", countedBy(fidA));
   std::filesystem::resize_file(file, 520);
-  EXPECT_EQ(0, read(fidA, 47)); // its first bytes are still there
+  EXPECT_EQ("", countedBy(fidA)); // its first bytes are still there
   std::ofstream(file, std::ios::in) << "rubbish";
-  EXPECT_EQ(-1, read(fidA, 47));
+  EXPECT_EQ("unreadable", countedBy(fidA));
   owner.kill();
   EXPECT_TRUE(std::filesystem::exists(file));
-  EXPECT_EQ(-1, read(fidA, 47));
-  Child next(counting); // starts anew
-  ASSERT_TRUE(next.await());
-  EXPECT_EQ(1, read(fidA, 47));
+  EXPECT_EQ("unreadable", countedBy(fidA));
+  const StayingChild next(countOne); // starts anew
+  EXPECT_EQ("47:1", countedBy(fidA));
 }
 
 } // namespace

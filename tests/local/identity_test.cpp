@@ -7,26 +7,15 @@ namespace {
 
 class Identity : public LocalBus {};
 
-// The program may end without closing its channels.
-TEST_F(Identity, NothingStaysBehindAtExit) {
-  Child child([](Child&) {
-    start(fidA);
-    EXPECT_EQ(0, openChannels());
-  });
-  EXPECT_EQ(0, child.finish());
-  EXPECT_EQ(0, files());
-}
-
-TEST_F(Identity, JoiningSweepsWhatOthersLeft) {
-  Child running(participant(fidC));
-  ASSERT_TRUE(running.await());
+// A program may end without closing its channels, be killed, or start again after that.
+TEST_F(Identity, NothingStaysBehindForLong) {
+  const Participant running(fidC);
   const auto runningFiles = files();
-  Child killed(participant(fidA));
-  ASSERT_TRUE(killed.await());
-  killed.kill();
+  EXPECT_EQ(0, Child([](Child&) { takePart(fidA); }).finish());
+  EXPECT_EQ(runningFiles, files());
+  Participant(fidA).kill();
   EXPECT_GT(files(), runningFiles);
-  start(fidB);
-  ASSERT_EQ(0, openChannels());
+  takePart(fidB); // sweeps
   closeChannels();
   EXPECT_EQ(runningFiles, files());
 }
@@ -34,105 +23,76 @@ TEST_F(Identity, JoiningSweepsWhatOthersLeft) {
 // Participants that come and go, and are killed, all sweeping after each other: nobody may lose what is in use.
 TEST_F(Identity, SweepersLeaveNewcomersAlone) {
   const auto comeAndGo = [](const char* fid) {
-    return [fid](Child&) {
-      start(fid);
-      for (int i = 0; i < 300; ++i) {
-        EXPECT_EQ(0, openChannels()) << fid;
-        EXPECT_EQ(0, send(0, messageTo(fid, "own"))) << fid;
-        EXPECT_EQ(messageTo(fid, "own"), receive(2)) << fid;
-        closeChannels();
-      }
-    };
+    for (int i = 0; i < 300; ++i) {
+      takePart(fid);
+      EXPECT_EQ(0, send(0, messageTo(fid, "own"))) << fid;
+      EXPECT_EQ(messageTo(fid, "own"), receive(2)) << fid;
+    }
   };
-  Child first(comeAndGo(fidA));
-  Child second(comeAndGo(fidB));
-  for (int i = 0; i < 40; ++i) {
-    Child killed(participant(i % 2 != 0 ? fidC : fidD));
-    EXPECT_TRUE(killed.await());
-    killed.kill();
-  }
+  Child first([&](Child&) { comeAndGo(fidA); });
+  Child second([&](Child&) { comeAndGo(fidB); });
+  for (int i = 0; i < 40; ++i) Participant(i % 2 != 0 ? fidC : fidE).kill();
   EXPECT_EQ(0, first.finish());
   EXPECT_EQ(0, second.finish());
 }
 
 // A child forked by the application ends without touching what its parent uses.
 TEST_F(Identity, ForkedChildRemovesNothing) {
-  start(fidA);
-  ASSERT_EQ(0, openChannels());
+  takePart(fidA);
   EXPECT_EQ(0, Child([](Child&) { destroyTransferChannel(1); }).finish());
-  EXPECT_EQ(0, send(0, messageTo(fidA, "still here")));
-  EXPECT_NE("", receive(2));
-  EXPECT_EQ(0, send(3, messageTo(fidA, "here too")));
-  EXPECT_NE("", receive(1));
-}
-
-TEST_F(Identity, OneIdentifierAtATime) {
-  EXPECT_NE(0, (start(""), createTransferChannel(1, 2)));
-  traced("no own identifier");
-  start(fidA);
-  ASSERT_EQ(0, createTransferChannel(1, 2));
-  start(fidB);
-  EXPECT_NE(0, createTransferChannel(2, 2));
-  traced("channels of another identifier are open");
+  for (const int channel : {0, 3}) EXPECT_EQ(0, send(channel, messageTo(fidA, "still here")));
+  for (const int channel : {2, 1}) EXPECT_EQ(messageTo(fidA, "still here"), receive(channel));
 }
 
 TEST_F(Identity, WhatStandsInTheWayRefusesTheChannel) {
+  const auto refused = [this](const char* fid, const char* reason) {
+    start(fid);
+    EXPECT_NE(0, createTransferChannel(2, 2));
+    traced(reason);
+  };
+  refused("", "no own identifier");
   const std::string lock = fidA + ".lock"s;
   std::ofstream(path(lock)) << "";
-  start(fidA);
   std::optional<ovk::local::FileLock> sweeper; // that hangs
   ovk::local::FileLock::take(ovk::local::busDirectory(), lock, ovk::local::FileLock::Purpose::sweep, sweeper);
-  EXPECT_NE(0, createTransferChannel(1, 2));
-  traced("another process has it");
+  refused(fidA, "another process has it");
   sweeper.reset();
-  ASSERT_TRUE(std::filesystem::create_directory(path(fidA + ".c1"s)));
-  EXPECT_NE(0, createTransferChannel(1, 2));
-  traced("cannot listen at ");
+  ASSERT_TRUE(std::filesystem::create_directory(path(fidA + ".c2"s)));
+  refused(fidA, "cannot listen at ");
+  ASSERT_EQ(0, createTransferChannel(1, 2));
+  refused(fidB, "channels of another identifier are open");
 }
 
 TEST_F(Identity, IdentifiersNameNoOtherFiles) {
   for (const std::string fid : {"VR 1_    2_../../../../0", "VR001_00001_00000000\"00\\", "VR001_00001_%2F%2F%2F%2F"}) {
-    start(fid);
-    ASSERT_EQ(0, openChannels()) << fid;
-    EXPECT_EQ(3, files());
-    std::vector<orvane_parent> found;
-    EXPECT_TRUE(Topology().get_topology(found));
-    EXPECT_EQ(fid + "||||online|1\n", textOf(found));
-    closeChannels();
-    EXPECT_EQ(0, files());
+    takePart(fid);
+    EXPECT_EQ(3, files()) << "those of the one before are gone";
+    EXPECT_EQ(fid + "||||online|1\n", topology());
   }
 }
 
 TEST_F(Identity, UnsafeDirectoriesAreRefused) {
-  ASSERT_EQ(0, ::mkdir(path("good").c_str(), 0700));
-  ASSERT_EQ(0, ::mkdir(path("shared").c_str(), 0700) | ::chmod(path("shared").c_str(), 0720));
-  ASSERT_EQ(0, ::mkdir(path("foreign").c_str(), 0700));
-  ASSERT_EQ(0, ::symlink(path("good").c_str(), path("link").c_str()));
+  for (const char* name : {"shared", "foreign"}) ASSERT_EQ(0, ::mkdir(path(name).c_str(), 0700));
+  ASSERT_EQ(0, ::chmod(path("shared").c_str(), 0720));
+  const bool root = ::chown(path("foreign").c_str(), 65534, 65534) == 0; // others cannot give a directory away
+  std::filesystem::create_symlink(path("missing"), path("link"));
   std::ofstream(path("file")) << "";
-  const bool root = ::geteuid() == 0; // others cannot give a directory away
-  ASSERT_TRUE(!root || ::chown(path("foreign").c_str(), 65534, 65534) == 0);
-  const struct {
-    const char *name, *reason; // empty: it is used
-  } rows[] = {
-      {"good", ""},
-      {"missing", ""},
+  const std::pair<const char*, std::string> rows[] = {
+      {"missing", ""}, // it is made
       {"not/there", "No such file or directory"},
       {"link", "is a link"},
       {"file", "is not a directory"},
       {"shared", "may be written to by others"},
       {"foreign", root ? "belongs to another user" : ""},
   };
-  for (const auto& row : rows) {
-    const bool good = *row.reason == '\0';
-    ASSERT_TRUE(ovk_local_set_bus_directory(path(row.name).c_str()));
+  for (const auto& [name, reason] : rows) {
+    ASSERT_TRUE(ovk_local_set_bus_directory(path(name).c_str()));
     start(fidA);
-    EXPECT_EQ(good, openChannels() == 0) << row.name;
-    if (!good) traced("bus directory " + path(row.name) + " refused: " + row.reason);
+    EXPECT_EQ(reason.empty(), openChannels() == 0) << name;
+    if (!reason.empty()) traced("bus directory " + path(name) + " refused: " + reason);
     closeChannels();
   }
-  struct stat made {};
-  ASSERT_EQ(0, ::stat(path("missing").c_str(), &made));
-  EXPECT_EQ(0700U, made.st_mode & 07777U);
+  EXPECT_EQ(std::filesystem::perms::owner_all, std::filesystem::status(path("missing")).permissions());
 }
 
 TEST_F(Identity, LongPathsAreRefused) {
@@ -141,8 +101,7 @@ TEST_F(Identity, LongPathsAreRefused) {
   EXPECT_EQ(directory_, ovk_local_bus_directory());
   ASSERT_TRUE(ovk_local_set_bus_directory((longest + '/').c_str()));
   EXPECT_EQ(longest, ovk_local_bus_directory());
-  start(fidA);
-  EXPECT_EQ(0, openChannels());
+  takePart(fidA);
   closeChannels();
   start("VR 01_00001_0000000000AA"); // its name is longer than it
   EXPECT_NE(0, openChannels());

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "ovk/local_platform.h"
+#include "platform/local/file_descriptor.h"
 #include "platform/topology.h"
 #include "platform/transfer_channel.h"
 
@@ -25,7 +26,6 @@ constexpr const char* fids[] = {"VR001_00001_0000000000AA", "VR001_00002_0000000
 constexpr const char* fidA = fids[0];
 constexpr const char* fidB = fids[1];
 constexpr const char* fidC = fids[2];
-constexpr const char* fidD = fids[3];
 constexpr const char* fidE = fids[4];
 
 /// The text with fidA in place of "@A", and so on.
@@ -47,6 +47,13 @@ inline void closeChannels() {
   for (const int index : {0, 1, 2, 3}) destroyTransferChannel(index);
 }
 
+/// Joins the bus anew, with all channels open.
+inline void takePart(const std::string& fid) {
+  closeChannels(); // those of another identifier, perhaps inherited
+  start(fid);
+  EXPECT_EQ(0, openChannels()) << fid;
+}
+
 /// A message for a participant, filled up to the size.
 inline std::string messageTo(const std::string& fid, const std::string& text, std::size_t size = 0) {
   std::string message = R"({"dst":{"fid":")" + fid + R"("},"text":")" + text + "\"}";
@@ -61,21 +68,33 @@ inline int send(int channel, const std::string& message) {
 inline std::string receive(int channel) {
   std::string buffer(16384, '\0');
   const int length = readTransferChannel(channel, buffer.data(), static_cast<unsigned>(buffer.size()));
-  buffer.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
-  return buffer;
+  return buffer.substr(0, static_cast<std::size_t>(std::max(length, 0)));
+}
+
+/// What a record says of the controller itself.
+template <class Record>
+std::string textOf(const Record& controller) {
+  return controller.attr1 + '|' + controller.attr2 + '|' + controller.attr3 + '|' + controller.attr4 + '|' +
+         controller.attr5 + '|' + std::to_string(controller.kind);
 }
 
 /// Topology records as text, a line for each controller.
 inline std::string textOf(const std::vector<orvane_parent>& parents) {
   std::string all;
   for (const orvane_parent& parent : parents) {
-    all += parent.attr1 + '|' + parent.attr2 + '|' + parent.attr3 + '|' + parent.attr4 + '|' + parent.attr5 + '|';
-    all += std::to_string(parent.kind);
+    all += textOf(parent);
     for (const ovk_topology_sensor_t& member : parent.members)
       all += " [" + member.attr1 + '|' + member.attr2 + '|' + member.attr3 + '|' + member.attr4 + ']';
     all += '\n';
   }
   return all;
+}
+
+/// What the topology service lists, as text.
+inline std::string topology() {
+  std::vector<orvane_parent> found;
+  EXPECT_TRUE(Topology().get_topology(found));
+  return textOf(found);
 }
 
 /// A forked process. The two sides run in step by signal() and await(); a side whose peer is gone gets false.
@@ -85,24 +104,22 @@ public:
     int ends[2] = {-1, -1};
     EXPECT_EQ(0, ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends));
     process_ = ::fork();
-    link_ = ends[process_ == 0 ? 1 : 0];
+    link_ = ovk::local::FileDescriptor(ends[process_ == 0 ? 1 : 0]);
     ::close(ends[process_ == 0 ? 0 : 1]);
     if (process_ != 0) return;
     body(*this);
     std::exit(::testing::Test::HasFailure() ? 1 : 0);
   }
-  Child(const Child&) = delete;
-  Child& operator=(const Child&) = delete;
   ~Child() {
-    if (process_ > 0) finish();
+    if (process_ > 0) kill(); // it may wait for this side
   }
 
   /// Readable in the child when it is to end.
-  int link() const { return link_; }
-  void signal() const { EXPECT_EQ(1, ::send(link_, "!", 1, MSG_NOSIGNAL)); }
+  int link() const { return link_.get(); }
+  void signal() const { EXPECT_EQ(1, ::send(link(), "!", 1, MSG_NOSIGNAL)); }
   bool await() const {
     char byte = 0;
-    return ::read(link_, &byte, 1) == 1;
+    return ::read(link(), &byte, 1) == 1;
   }
   void kill() {
     ::kill(process_, SIGKILL);
@@ -111,36 +128,39 @@ public:
   /// Lets the child's await() fail and waits for its end; 0 when it was a good one.
   int finish() {
     int status = -1;
-    ::shutdown(link_, SHUT_WR);
+    ::shutdown(link(), SHUT_WR);
     ::waitpid(process_, &status, 0);
-    ::close(link_);
     process_ = -1;
     return status;
   }
 
 private:
   pid_t process_ = -1;
-  int link_ = -1;
+  ovk::local::FileDescriptor link_;
 };
 
-/// A process that takes part as `fid` until it is told to end.
-inline std::function<void(Child&)> participant(const std::string& fid) {
-  return [fid](Child& self) {
-    closeChannels(); // what was inherited
-    start(fid);
-    EXPECT_EQ(0, openChannels());
-    self.signal();
-    self.await();
-    closeChannels();
-  };
-}
+/// A process that has done something when this returns, and stays until it is told to end.
+class StayingChild : public Child {
+public:
+  explicit StayingChild(const std::function<void()>& act)
+      : Child([&](Child& self) {
+          act();
+          self.signal();
+          self.await();
+        }) {
+    EXPECT_TRUE(await());
+  }
+};
+
+/// A process that takes part as `fid`.
+struct Participant : StayingChild {
+  explicit Participant(const std::string& fid) : StayingChild([&] { takePart(fid); }) {}
+};
 
 class LocalBus : public ::testing::Test {
 protected:
   void SetUp() override {
-    std::string pattern = ::testing::TempDir() + "ovk-XXXXXX";
-    ASSERT_NE(nullptr, ::mkdtemp(pattern.data()));
-    directory_ = pattern;
+    ASSERT_NE(nullptr, ::mkdtemp(directory_.data()));
     ASSERT_TRUE(ovk_local_set_bus_directory(directory_.c_str()));
     const auto keep = [](const char* line, unsigned length, void* kept) {
       static_cast<std::string*>(kept)->append(line, length) += '\n';
@@ -163,6 +183,6 @@ protected:
   std::ptrdiff_t files() const { return std::distance(std::filesystem::directory_iterator(directory_), {}); }
   void writeTopology(const std::string& text) const { std::ofstream(path("topology.json")) << withFids(text); }
 
-  std::string directory_;
+  std::string directory_ = ::testing::TempDir() + "ovk-XXXXXX";
   std::string trace_;
 };
