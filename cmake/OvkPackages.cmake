@@ -32,12 +32,15 @@ Takes part in a local field bus of controllers and sensors: reads and writes
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libovk-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS ${same_version})
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS ovk)
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "field bus SDK (development files)
-Headers, files for CMake and pkg-config, documentation and examples.")
+Headers, files for CMake and pkg-config; documentation and examples, which
+are in /usr/share/doc/ovk.")
 
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME ovk)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS ${same_version})
+set(CPACK_DEBIAN_TOOL_PACKAGE_SUGGESTS libovk-dev)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_TOOL_DESCRIPTION "field bus SDK (command-line tool)
 Reads, writes, lists and simulates the devices of a local field bus.")
@@ -66,5 +69,6 @@ endif()
 set(triggers ${CMAKE_CURRENT_BINARY_DIR}/packages/triggers)
 file(WRITE ${triggers} "activate-noawait ldconfig\n")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${triggers})
+set(CPACK_POST_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/OvkPackageScripts.cmake)
 
 include(CPack)
