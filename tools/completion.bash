@@ -14,7 +14,8 @@ _ovk() {
   case "$previous" in
   --bus) compopt -o dirnames; return ;;
   --config) compopt -o default; return ;;
-  --timeout | --*-ms | --*-every) return ;;
+  --as) mapfile -t COMPREPLY < <(compgen -W "u16 i16 hex u32 i32 f32" -- "$current"); return ;;
+  --timeout | --count | --every | --*-ms | --*-every) return ;;
   esac
   if [[ $current == -* ]]; then
     word=$({ "$tool" --help; "$tool" "${command[@]}" --help; } 2>/dev/null | grep -o -- '--[a-z][a-z-]*')
