@@ -143,7 +143,7 @@ void Session::failSilent(const Reply& reply, const std::vector<uint32_t>& errors
     text.append(": an answer came but could not be read (counter ").append(std::to_string(kAnswerErrors[i]));
     throw Failure(Exit_NoAnswer, text + ")");
   }
-  throw Failure(Exit_NoAnswer, text + "; it may be busy: try a longer --timeout");
+  throw Failure(Exit_NoAnswer, text + "; it may be busy (try a longer --timeout), or not offer this service");
 }
 
 std::vector<uint32_t> Session::errorCounters() const {

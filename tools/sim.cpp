@@ -122,10 +122,11 @@ void simulate(BusOptions bus, const Arguments& arguments) {
 
 void addSimCommand(CLI::App& app, Action& chosen) {
   CLI::App* command = addCommand(app, "sim", "Simulate the devices in files, until SIGINT or SIGTERM",
-                                 R"(  ovk sim examples/devices/pump-controller.json
-  ovk sim --id VR017_00042_00A0B1C2D3E4 examples/devices/*.json
+                                 R"(  ovk sim pump-controller.json
+  ovk sim --id VR017_00042_00A0B1C2D3E4 pump-controller.json level-sensor.json
   ovk sim --check my-device.json
-What a device file holds: docs/files.md)");
+What a device file holds: man ovk-files. These are in examples/devices; where
+the library is installed, in share/doc/ovk/examples/devices.)");
   const auto arguments = std::make_shared<Arguments>();
   command->add_option("FILE", arguments->files, "Device files; several: devices of the controller --id")->required();
   command->add_flag("--check", arguments->checkOnly, "Only check the files");

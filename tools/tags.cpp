@@ -192,7 +192,7 @@ void readTags(const BusOptions& bus, const Arguments& arguments) {
 void addTagsCommand(CLI::App& app, Action& chosen) {
   CLI::App* command = addCommand(app, "tags", "Read tag values",
                                  R"(  ovk tags VR017_00042_00A0B1C2D3E4 17 port:18 info:3
-  ovk tags --config examples/tags/level.json
+  ovk tags --config level.json
   ovk tags VR017_00042_00A0B1C2D3E4 17 --count 5 --every 0.5 -q)");
   const auto arguments = std::make_shared<Arguments>();
   command->add_option("FID", arguments->fid, "Identifier of the device");

@@ -40,7 +40,8 @@ std::optional<FileLock> join(const BusDirectoryPtr& directory, const std::string
   std::optional<FileLock> lock;
   const FileLock::Outcome outcome = FileLock::take(directory, fileName(fid, lockSuffix), FileLock::Purpose::own, lock);
   if (outcome != FileLock::Outcome::taken) {
-    const std::string reason = outcome == FileLock::Outcome::held ? "another process has it" : errorText(errno);
+    const bool held = outcome == FileLock::Outcome::held;
+    const std::string reason = held ? "another process has it, and each needs one of its own" : errorText(errno);
     OVK_LOCAL_TRACE(traceError, "cannot join the bus as %s: %s\n", fid.c_str(), reason.c_str());
     return lock;
   }
