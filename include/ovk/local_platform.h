@@ -64,8 +64,9 @@
 /// Chooses the bus directory. Call it before ovk_Init(): open channels stay where they are. The default is "ovk-" and
 /// the user's number in /tmp.
 ///
-/// The directory is made when it is missing, with mode 0700, but none above it. One that belongs to somebody else, is a link, or may be
-/// written to by others is refused when the bus is opened (a level 2 trace line says why; registrations give status 8).
+/// The directory is made when it is missing, with mode 0700, but none above it. One that belongs to somebody else, is a
+/// link, or may be written to by others is refused when the bus is opened (a level 2 trace line says why; registrations
+/// give status 8).
 ///
 /// @param path copied, and made absolute at once; null or empty for the default.
 /// @return whether the path can be used: false, and nothing changed, when the absolute path has more than 79
