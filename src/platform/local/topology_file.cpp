@@ -51,14 +51,14 @@ std::string writeNewFile(const BusDirectory& directory, const std::string& text)
   const int flags = O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC;
   const FileDescriptor file(::openat(directory.descriptor(), newName, flags, S_IRUSR | S_IWUSR));
   if (file && writeAll(file.get(), text) && ::fsync(file.get()) == 0) return {};
-  const std::string fault = failure("cannot write");
+  std::string fault = failure("cannot write");
   directory.remove(newName);
   return fault;
 }
 
 // Writes the new file completely before it takes the old one's name.
 std::string replaceFile(const BusDirectory& directory, const std::string& text) {
-  const std::string fault = writeNewFile(directory, text);
+  std::string fault = writeNewFile(directory, text);
   if (!fault.empty()) return fault;
   if (::renameat(directory.descriptor(), newName, directory.descriptor(), currentName) != 0 ||
       ::fsync(directory.descriptor()) != 0) // the name, too, has to survive a loss of power
