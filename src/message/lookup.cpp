@@ -10,18 +10,16 @@
 namespace ovk {
 
 ElementPath::ElementPath(std::string_view array) {
-  std::memcpy(path_, array.data(), array.size());
-  bracket_ = path_ + array.size();
-  *bracket_++ = '[';
-  end_ = bracket_;
+  std::memcpy(buffer_ + wordSize, array.data(), array.size());
+  digits_ = buffer_ + wordSize + array.size();
+  *digits_++ = '[';
+  elementEnd_ = end_ = digits_;
 }
 
-std::string_view ElementPath::otherElement(int index) {
-  index_ = index;
-  end_ = std::to_chars(bracket_, path_ + sizeof path_, index).ptr;
-  *end_++ = ']';
-  *end_ = '\0';
-  return path();
+void ElementPath::writeIndex(int index) {
+  elementEnd_ = std::to_chars(digits_, buffer_ + sizeof buffer_, index).ptr;
+  *elementEnd_++ = ']';
+  std::memcpy(&lastWord_, elementEnd_ - wordSize, wordSize);
 }
 
 bool findNumber(const char* function, const Json& document, std::string_view path, const char* token, int& value) {

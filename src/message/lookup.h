@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -15,11 +16,17 @@ namespace ovk {
 class ElementPath {
 public:
   explicit ElementPath(std::string_view array);
+  ElementPath(const ElementPath&) = delete;
+  ElementPath& operator=(const ElementPath&) = delete;
   std::string_view element(int index) {
-    const bool isNext = index == index_ + 1 && end_[-1] == ']' && end_[-2] != '9';
-    if (!isNext) return otherElement(index);
+    if (index == index_ + 1 && lastDigit() != '9') {
+      stepLastDigit();
+    } else if (index != index_) {
+      writeIndex(index);
+    }
     index_ = index;
-    ++end_[-2]; // most often only the last digit changes
+    end_ = elementEnd_;
+    *end_ = '\0';
     return path();
   }
   /// The name is a literal.
@@ -32,16 +39,32 @@ public:
     return path();
   }
   /// The path asked for last, followed by a NUL.
-  const char* text() const { return path_; }
+  const char* text() const { return buffer_ + wordSize; }
 
 private:
-  std::string_view otherElement(int index);
-  std::string_view path() const { return {path_, static_cast<std::size_t>(end_ - path_)}; }
+  static constexpr std::size_t wordSize = sizeof(std::uint64_t);
+#if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+  static constexpr unsigned lastDigitAt = 8;
+#else
+  static constexpr unsigned lastDigitAt = 48;
+#endif
 
-  char path_[64];
-  char* bracket_; // behind the opening one
+  char lastDigit() const { return static_cast<char>(lastWord_ >> lastDigitAt); }
+  // Writes the whole word that ends the path: whoever reads the path in words would have to wait for a single byte, and
+  // receiving 2048 words takes a tenth longer then.
+  void stepLastDigit() {
+    lastWord_ += std::uint64_t{1} << lastDigitAt;
+    std::memcpy(elementEnd_ - wordSize, &lastWord_, wordSize);
+  }
+  void writeIndex(int index);
+  std::string_view path() const { return {text(), static_cast<std::size_t>(end_ - text())}; }
+
+  char buffer_[wordSize + 64] = {}; // the path stands behind one word, so that even a short one ends with a whole word
+  char* digits_;                    // behind the opening bracket
+  char* elementEnd_;
   char* end_;
-  int index_ = -1;
+  std::uint64_t lastWord_ = 0; // of the path of the element
+  int index_ = -2;             // followed by none that is asked for
 };
 
 /// An integer, traced under `token` when it is missing and under its path when it is found. A NUL follows the path.

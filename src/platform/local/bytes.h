@@ -27,12 +27,14 @@ Word loadWord(const char* at) {
 }
 inline Bytes loadBytes(const char* at) { return loadWord<Bytes>(at); }
 
+/// The first `count` of eight characters, with zeros behind.
+constexpr Bytes firstOf(Bytes bytes, std::size_t count) {
+  return count >= bytesAtOnce ? bytes : bytes & ~(~Bytes{0} << 8 * count);
+}
+
 /// The first up to eight characters of a text, as loadBytes() gives them, with zeros behind. `text` may be read for eight
 /// characters whatever its size.
-inline Bytes headOfPadded(std::string_view text) {
-  const Bytes bytes = loadBytes(text.data());
-  return text.size() >= bytesAtOnce ? bytes : bytes & ~(~Bytes{0} << 8 * text.size());
-}
+inline Bytes headOfPadded(std::string_view text) { return firstOf(loadBytes(text.data()), text.size()); }
 
 /// The same of any text.
 inline Bytes headOf(std::string_view text) {

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "platform/local/bytes.h"
-#include "platform/local/json_text.h"
 
 namespace ovk::local {
 
@@ -29,44 +28,6 @@ public:
   const Node& operator[](std::uint32_t node) const { return nodes_[node]; }
 
 private:
-  // The objects and arrays open at one point of the text.
-  class OpenLevels {
-  public:
-    bool none() const { return depth_ == 0; }
-    bool inArray() const { return depth_ > 0 && !inObject(); }
-    bool inObject() const { return (kinds_ & 1U) != 0; }
-    char closing() const { return inObject() ? '}' : ']'; }
-    bool open(bool isObject, std::uint32_t node) {
-      if (depth_ == maxJsonDepth) return false;
-      nodes_[depth_++] = node;
-      kinds_ = kinds_ << 1 | (isObject ? 1U : 0U);
-      return true;
-    }
-    std::uint32_t close() {
-      kinds_ >>= 1;
-      return nodes_[--depth_];
-    }
-
-  private:
-    static_assert(maxJsonDepth <= 32, "one bit a level");
-    std::uint32_t kinds_ = 0; // one for an object, the innermost level lowest
-    int depth_ = 0;
-    std::uint32_t nodes_[maxJsonDepth]; // NOLINT(*-member-init): set up to the depth
-  };
-
-  std::uint32_t offset(const char* at) const { return static_cast<std::uint32_t>(at - text_); }
-  std::uint32_t size() const { return static_cast<std::uint32_t>(nodes_.size()); }
-  void add(const char* value) { nodes_.push_back({0, 0, 0, offset(value), 0, size() + 1}); }
-  void add(std::string_view key, const char* value) {
-    const auto length = static_cast<std::uint32_t>(key.size());
-    nodes_.push_back({headOfPadded(key), offset(key.data()), length, offset(value), 0, size() + 1});
-  }
-  const char* memberStart(const char* at);
-  const char* itemStart(const char* at, const OpenLevels& levels);
-  const char* afterValue(const char* at, OpenLevels& levels);
-  const char* nextValue(const char* at, OpenLevels& levels);
-
-  const char* text_ = nullptr;
   std::vector<Node> nodes_;
 };
 

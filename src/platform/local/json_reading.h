@@ -7,6 +7,7 @@
 
 #include "platform/local/bytes.h"
 #include "platform/local/json_outline.h"
+#include "platform/local/json_text.h"
 
 namespace ovk::local {
 
@@ -25,8 +26,8 @@ public:
   void add(std::size_t count) { end_ = numbers_ + count; }
 
   bool isNext(std::string_view path) const {
-    return next_ != end_ && path.size() == pathLength_ && endsAsNext(path.data()) &&
-           sameBytes(path.data(), path_, indexAt_);
+    return next_ != end_ && path.size() == beforeLastWord_ + bytesAtOnce &&
+           loadBytes(path.data() + beforeLastWord_) == lastWord_ && sameBytes(path.data(), path_, beforeLastWord_);
   }
   int take() {
     stepPath();
@@ -34,37 +35,27 @@ public:
   }
 
 private:
-  // Character by character: a processor has to wait for a word of which one byte was written just before.
-  bool endsAsNext(const char* path) const {
-    std::size_t i = pathLength_ - 1;
-    while (path[i] == path_[i] && i >= indexAt_) --i;
-    return i < indexAt_;
-  }
+  static constexpr unsigned lastDigitAt = 48; // in front of the bracket
 
-  // From "words[7]" to "words[8]".
+  char lastDigit() const { return static_cast<char>(lastWord_ >> lastDigitAt); }
   void stepPath() {
-    char* digit = path_ + pathLength_ - 2;
-    while (*digit == '9') *digit-- = '0';
-    if (*digit != '[') {
-      ++*digit;
-      return;
-    }
-    digit[1] = '1'; // "[99]", which is "[00]" by now, becomes "[100]"
-    path_[pathLength_ - 1] = '0';
-    path_[pathLength_++] = ']';
+    if (lastDigit() == '9') return stepTens();
+    lastWord_ += Bytes{1} << lastDigitAt;
   }
+  void stepTens();
 
   int numbers_[room];
   const int* next_ = numbers_;
   int* end_ = numbers_;
-  char path_[maxPath + 1]; // of the next number; an index may get one digit more
-  std::size_t pathLength_ = 0;
-  std::size_t indexAt_ = 0; // where the digits of its index start
+  // The path of the next number, which ends with `lastWord_`; "words[99]" is followed by a longer one.
+  char path_[maxPath + 1];
+  std::size_t beforeLastWord_ = 0;
+  Bytes lastWord_ = 0;
 };
 
-/// Look-ups in one text, whose outline is drawn once. A look-up starts at the object or array in which the one before ended,
-/// if its path leads there, and an array is gone through from the element found last; so the 2048 words of a message,
-/// asked for one after the other, cost one walk over the text.
+/// Look-ups in one text, whose outline is drawn once. A path that leads to another element of the array gone through last
+/// is followed from there, and the array from the element found last; so the 2048 words of a message, asked for one after
+/// the other, cost one walk over the text.
 class JsonReading {
 public:
   JsonReading() = default;
@@ -96,22 +87,12 @@ public:
 
 private:
   using NodeIndex = std::uint32_t;
-  static constexpr NodeIndex none = 0xFFFFFFFF; // of elements that are neither objects nor arrays
+  static constexpr NodeIndex none = 0xFFFFFFFF;                  // of elements that are neither objects nor arrays
+  static constexpr std::size_t nowhere = std::string_view::npos; // to which no path leads
 
   struct Value {
     const char* at = nullptr; // null for no value
     NodeIndex node = none;
-  };
-  // Where a look-up starts: at the object or array to which the first characters of the path lead.
-  struct Start {
-    std::size_t pathLength = 0;
-    NodeIndex node = JsonOutline::root;
-  };
-  // What was found at a path of up to eight characters.
-  struct Answer {
-    Bytes path = 0;
-    std::size_t pathLength = 0;
-    Value value;
   };
   // An element on the walk through an array.
   struct Element {
@@ -122,27 +103,23 @@ private:
   };
 
   void turnTo(std::string_view text);
-  const Answer* knownAnswer(std::string_view path, Bytes head) const;
   Value lookUp(std::string_view path);
   Value value(NodeIndex node) const { return {text_.data() + outline_[node].value, node}; }
-  Value member(NodeIndex object, std::string_view step) const;
-  Value element(NodeIndex array, std::string_view step);
-  bool leadsFrom(const Start& start, std::string_view path) const;
-  void remember(std::string_view path, const Start& parent, const Start& array);
+  Value member(NodeIndex object, std::string_view name, Bytes head) const;
+  bool leadsToArray(std::string_view path) const;
+  void enterArray(NodeIndex array, std::string_view path);
+  Element firstElement() const;
+  Value element(std::uint32_t index);
   bool toNext(Element& element) const;
   Element decodeAhead(Element element);
-  Element taken(Element element, std::uint32_t count);
 
   std::string text_; // with padding behind it
   std::size_t size_ = 0;
   JsonOutline outline_;
   Value found_;
-  Answer answers_[8]; // the last; other documents of the same text will ask again
-  std::size_t answerCount_ = 0;
-  char path_[NumbersAhead::maxPath]; // of both starts
-  Start near_;                       // where the last value was found
-  Start nearArray_;                  // the last array on the way there
-  NodeIndex array_ = none;           // whose element was found last
+  NodeIndex array_ = none; // whose element was found last
+  std::size_t arrayPathLength_ = nowhere;
+  char arrayPath_[NumbersAhead::maxPath];
   Element element_ = {};
   Element decoded_ = {}; // of the same array, not before `element_`
   NumbersAhead ahead_;
