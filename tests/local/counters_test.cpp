@@ -69,6 +69,8 @@ TEST_F(Counters, ReaderDoesNotTrustTheFile) {
   const std::string file = path(fidA + ".counters"s);
   StayingChild owner(countOne);
   EXPECT_EQ("47:1", countedBy(fidA));
+  std::filesystem::create_symlink(file, path(fidB + ".counters"s));
+  EXPECT_EQ("unreadable", countedBy(fidB));
   std::filesystem::resize_file(file, 100);
   EXPECT_EQ("unreadable", countedBy(fidA));
   std::filesystem::resize_file(file, 520);

@@ -68,6 +68,11 @@ TEST_F(Identity, IdentifiersNameNoOtherFiles) {
     takePart(fid);
     EXPECT_EQ(3, files()) << "those of the one before are gone";
     EXPECT_EQ(fid + "||||online|1\n", topology());
+    Child other([&](Child&) {
+      start(fidA);
+      EXPECT_NE(std::string::npos, topology().find(fid + "||||online|1\n")) << fid;
+    });
+    EXPECT_EQ(0, other.finish());
   }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -67,6 +68,7 @@ inline int send(int channel, const std::string& message) {
 /// The next message, empty when there is none.
 inline std::string receive(int channel) {
   std::string buffer(16384, '\0');
+  errno = EINTR; // left by a call before
   const int length = readTransferChannel(channel, buffer.data(), static_cast<unsigned>(buffer.size()));
   return buffer.substr(0, static_cast<std::size_t>(std::max(length, 0)));
 }

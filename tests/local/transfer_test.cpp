@@ -133,6 +133,19 @@ TEST_F(Transfer, OrderHoldsWhenAWriterConnectsAnew) {
   EXPECT_EQ("", receive(2));
 }
 
+TEST_F(Transfer, ProgramsStartedInheritNothing) {
+  const auto inherited = [] {
+    int count = 0;
+    for (int descriptor = 0; descriptor < 100; ++descriptor) count += ::fcntl(descriptor, F_GETFD) == 0 ? 1 : 0;
+    return count;
+  };
+  const int before = inherited();
+  takePart(fidA);
+  EXPECT_EQ(0, send(0, messageTo(fidA, "x")));
+  EXPECT_NE("", receive(2));
+  EXPECT_EQ(before, inherited());
+}
+
 TEST_F(Transfer, StrangersCostOnlyTheirOwnMessages) {
   takePart(fidA);
   const FileDescriptor silent = stranger();
