@@ -105,7 +105,12 @@ bool Json::GetValueAsInt(std::string_view path, int* value) const {
 bool Json::GetValueAsString(std::string_view path, std::string& value) const {
   const char* at = reading().find(path);
   if (at == nullptr || *at != '"') return false;
-  value.assign(at + 1, reading().foundEnd() - 1);
+  const std::string_view found(at + 1, static_cast<std::size_t>(reading().foundEnd() - 1 - (at + 1)));
+  if (found.size() <= value.capacity()) {
+    value.assign(found);
+  } else {
+    value = std::string(found); // growing would copy what is overwritten
+  }
   return true;
 }
 
