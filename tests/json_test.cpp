@@ -117,13 +117,13 @@ TEST(Json, LookUpsInAnyOrder) {
 // Arrays are read ahead of those who ask in order; that must not show.
 TEST(Json, ArraysElementByElement) {
   std::vector<int> values(1100);
-  std::string text = "{\"w\":[";
+  std::string text = "{\"words\":[";
   for (int i = 0; i < static_cast<int>(values.size()); ++i) {
     int& value = values[static_cast<std::size_t>(i)];
     value = i % 97 == 5 ? -i : i % 89 == 0 ? 12345678 : i % 83 == 0 ? 0 : i * i % 65536;
     text += (i == 0 ? "" : i % 31 == 0 ? " , " : ",") + std::to_string(value);
   }
-  const auto path = [](int index) { return "w[" + std::to_string(index) + "]"; };
+  const auto path = [](int index) { return "words[" + std::to_string(index) + "]"; };
   for (const char* ending : {"]}", ",\"no number\"]}"}) {
     Json json;
     json.load(text + ending);
@@ -131,13 +131,22 @@ TEST(Json, ArraysElementByElement) {
       for (int i = step < 0 ? 1099 : 0; i >= 0 && i < 1100; i += step) {
         int value = 0;
         ASSERT_TRUE(json.GetValueAsInt(path(i), &value) && value == values[static_cast<std::size_t>(i)]) << i;
-        const std::string wrongEnd = "w[" + std::to_string(i + step) + "}";
+        const std::string wrongEnd = "words[" + std::to_string(i + step) + "}";
         ASSERT_FALSE(json.GetValueAsInt(wrongEnd, &value)) << wrongEnd;
       }
       int untouched = 7;
-      EXPECT_FALSE(json.GetValueAsInt("w[1100]", &untouched) || untouched != 7);
+      EXPECT_FALSE(json.GetValueAsInt("words[1100]", &untouched) || untouched != 7);
     }
   }
+}
+
+TEST(Json, NothingIsLeftOfTheTextBefore) {
+  Json json;
+  int value = 0;
+  json.load(R"({"words":[1,2,3]})");
+  EXPECT_TRUE(json.GetValueAsInt("words[0]", &value) && value == 1);
+  json.load(R"({"words":[4,5,6]})");
+  EXPECT_TRUE(json.GetValueAsInt("words[1]", &value) && value == 5);
 }
 
 TEST(Json, DeepPathsAndCopies) {

@@ -41,6 +41,7 @@ TEST_F(StaticList, IsEdited) {
   EXPECT_EQ(0, service.delete_static_member(fidC, one));
   EXPECT_EQ(ofA + ofB + one + "|||offline]\n", list());
   EXPECT_EQ(ofA + ofB + fidE + "|n|m|offline] [" + one + "|||offline]\n", topology()) << "nobody edited the sensor";
+  EXPECT_EQ(std::filesystem::perms(0600), std::filesystem::status(path("topology.json")).permissions());
 }
 
 TEST_F(StaticList, RefusesWhatWouldSpoilTheFile) {
