@@ -59,6 +59,10 @@ TEST_F(Identity, WhatStandsInTheWayRefusesTheChannel) {
   sweeper.reset();
   ASSERT_TRUE(std::filesystem::create_directory(path(fidA + ".c2"s)));
   refused(fidA, "cannot listen at ");
+  start(fidB);
+  EXPECT_EQ(0, createTransferChannel(1, 2)) << "the other identifier was not given back";
+  destroyTransferChannel(1);
+  start(fidA);
   ASSERT_EQ(0, createTransferChannel(1, 2));
   refused(fidB, "channels of another identifier are open");
 }
@@ -95,6 +99,7 @@ TEST_F(Identity, UnsafeDirectoriesAreRefused) {
     start(fidA);
     EXPECT_EQ(reason.empty(), openChannels() == 0) << name;
     if (!reason.empty()) traced("bus directory " + path(name) + " refused: " + reason);
+    EXPECT_EQ(reason.empty(), Topology().set_static_member(fidA, fidE) != 0) << name;
     closeChannels();
   }
   EXPECT_EQ(std::filesystem::perms::owner_all, std::filesystem::status(path("missing")).permissions());

@@ -44,6 +44,10 @@ TEST_F(TopologyService, ListsRunningAndConfigured) {
     EXPECT_EQ(withFids(parent), found) << fid;
     EXPECT_EQ(parent != unknown, Topology().is_orvane_member(withFids(fid)) != 0) << fid;
   }
+  ASSERT_EQ(0, ::chmod(directory_.c_str(), 0777)); // a bus that others may write to is refused
+  EXPECT_EQ(0, Topology().is_orvane_member(fidB));
+  ASSERT_EQ(0, ::chmod(directory_.c_str(), 0700));
+  EXPECT_NE(0, Topology().is_orvane_member(fidB));
 }
 
 // Every change is seen by the very next question, even within one step of the file clock.
