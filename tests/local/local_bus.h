@@ -94,7 +94,7 @@ inline std::string textOf(const std::vector<orvane_parent>& parents) {
 
 /// What the topology service lists, as text.
 inline std::string topology() {
-  std::vector<orvane_parent> found;
+  std::vector<orvane_parent> found(1); // which is replaced
   EXPECT_TRUE(Topology().get_topology(found));
   return textOf(found);
 }
