@@ -117,28 +117,37 @@ TEST(Json, LookUpsInAnyOrder) {
   EXPECT_TRUE(json.GetValueAsBool("a.d", flag));
 }
 
-// Arrays are read ahead of those who ask in order; that must not show.
+// Reads an array by every step through it, and paths that are none.
+void expectInts(const Json& json, const std::string& name, const std::vector<int>& values) {
+  const int size = static_cast<int>(values.size());
+  int value = 0;
+  for (const int step : {1, 1, -1, 7, 1}) {
+    for (int i = step < 0 ? size - 1 : 0; i >= 0 && i < size; i += step) {
+      const std::string path = name + '[' + std::to_string(i) + ']';
+      ASSERT_TRUE(json.GetValueAsInt(path, &value) && value == values[static_cast<std::size_t>(i)]) << path;
+      const std::string wrongEnd = name + '[' + std::to_string(i + step) + '}';
+      ASSERT_FALSE(json.GetValueAsInt(wrongEnd, &value)) << wrongEnd;
+    }
+    value = 7;
+    EXPECT_FALSE(json.GetValueAsInt(name + '[' + std::to_string(size) + ']', &value) || value != 7);
+  }
+}
+
+// Arrays are read ahead of those who ask in order, if the path is not too long; that must not show.
 TEST(Json, ArraysElementByElement) {
   std::vector<int> values(1100);
-  std::string text = "{\"words\":[";
+  std::string list;
   for (int i = 0; i < static_cast<int>(values.size()); ++i) {
     int& value = values[static_cast<std::size_t>(i)];
-    value = i % 97 == 5 ? -i : i % 89 == 0 ? 12345678 : i % 83 == 0 ? 0 : i * i % 65536;
-    text += (i == 0 ? "" : i % 31 == 0 ? " , " : ",") + std::to_string(value);
+    value = i % 97 == 5 ? -i : i % 211 == 0 ? 12345678 : i % 83 == 0 ? 0 : i * i % 65536;
+    list += (i == 0 ? "" : i % 131 == 0 ? " , " : ",") + std::to_string(value);
   }
-  const auto path = [](int index) { return "words[" + std::to_string(index) + "]"; };
-  for (const char* ending : {"]}", ",\"no number\"]}"}) {
-    Json json;
-    json.load(text + ending);
-    for (const int step : {1, 1, -1, 7, 1}) {
-      for (int i = step < 0 ? 1099 : 0; i >= 0 && i < 1100; i += step) {
-        int value = 0;
-        ASSERT_TRUE(json.GetValueAsInt(path(i), &value) && value == values[static_cast<std::size_t>(i)]) << i;
-        const std::string wrongEnd = "words[" + std::to_string(i + step) + "}";
-        ASSERT_FALSE(json.GetValueAsInt(wrongEnd, &value)) << wrongEnd;
-      }
-      int untouched = 7;
-      EXPECT_FALSE(json.GetValueAsInt("words[1100]", &untouched) || untouched != 7);
+  Json json;
+  for (const std::size_t length : {1U, 5U, 60U, 61U, 62U}) {
+    const std::string name(length, 'w');
+    for (const char* ending : {"]}", ",\"no number\"]}"}) {
+      json.load("{\"" + name + "\":[" + list + ending);
+      expectInts(json, name, values);
     }
   }
 }

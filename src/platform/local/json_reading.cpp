@@ -83,7 +83,6 @@ void JsonReading::keep(JsonReading* reading) { kept.reset(reading); }
 // Checks the text and forgets all about the one before, unless it is the same.
 void JsonReading::turnTo(std::string_view text) {
   if (text == std::string_view(text_.data(), size_)) return;
-  size_ = 0; // should there be no memory for the text, nothing is known of any
   outline_.clear();
   ahead_.clear();
   array_ = none;

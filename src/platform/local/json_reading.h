@@ -47,8 +47,8 @@ private:
   int numbers_[room];
   const int* next_ = numbers_;
   int* end_ = numbers_;
-  // The path of the next number, which ends with `lastWord_`; "words[99]" is followed by a longer one.
-  char path_[maxPath + 1];
+  // The path of the next number, which ends with `lastWord_`. Its index may get two digits more, from "[9]" to "[100]".
+  char path_[maxPath + 2];
   std::size_t beforeLastWord_ = 0;
   Bytes lastWord_ = 0;
 };
