@@ -77,34 +77,32 @@ void compare(unsigned number, const uint16_t* values, int count) {
   if (std::vector<uint16_t>(values, values + count) != valuesOf(number)) ++ledger.wrong;
 }
 
-int onReadRequest(ovk_RegisterReadReqCallbackData_t* record, unsigned /*length*/) {
-  const std::vector<uint16_t> values = valuesOf(arrived(readRequest, *record));
-  enter(participantOf(record->srcFid), readResponse, [&] {
-    return ovk_serveReadRegisters(record->srcFid, record->dstFid, record->refId, 0, values.data(),
-                                  record->numberRegisters1, 0, nullptr, 0, true, nullptr);
+void onReadRequest(const ovk_RegisterReadReqCallbackData_t& record) {
+  const std::vector<uint16_t> values = valuesOf(arrived(readRequest, record));
+  enter(participantOf(record.srcFid), readResponse, [&] {
+    return ovk_serveReadRegisters(record.srcFid, record.dstFid, record.refId, 0, values.data(), record.numberRegisters1,
+                                  0, nullptr, 0, true, nullptr);
   });
-  return 0;
 }
 
-int onReadResponse(ovk_RegisterReadRspCallbackData_t* record, unsigned /*length*/) {
-  compare(arrived(readResponse, *record), record->pStartRegister1, record->numberRegisters1);
-  return 0;
+void onReadResponse(const ovk_RegisterReadRspCallbackData_t& record) {
+  compare(arrived(readResponse, record), record.pStartRegister1, record.numberRegisters1);
 }
 
-int onWriteRequest(ovk_RegisterWriteReqCallbackData_t* record, unsigned /*length*/) {
-  compare(arrived(writeRequest, *record), record->pStartRegister1, record->numberRegisters1);
-  enter(participantOf(record->srcFid), writeResponse,
-        [&] { return ovk_serveWriteRegisters(record->srcFid, record->dstFid, record->refId, true, nullptr); });
-  return 0;
+void onWriteRequest(const ovk_RegisterWriteReqCallbackData_t& record) {
+  compare(arrived(writeRequest, record), record.pStartRegister1, record.numberRegisters1);
+  enter(participantOf(record.srcFid), writeResponse,
+        [&] { return ovk_serveWriteRegisters(record.srcFid, record.dstFid, record.refId, true, nullptr); });
 }
 
-int onWriteResponse(ovk_RegisterWriteRspCallbackData_t* record, unsigned /*length*/) {
-  arrived(writeResponse, *record);
-  return 0;
-}
+void onWriteResponse(const ovk_RegisterWriteRspCallbackData_t& record) { arrived(writeResponse, record); }
 
-template <typename Callback>
-void add(ovk_Service_t service, Callback callback) {
+template <typename Record, void (*handle)(const Record&)>
+void add(ovk_Service_t service) {
+  const ovk_ServiceCallback_t callback = [](void* record, unsigned /*length*/) {
+    handle(*static_cast<const Record*>(record));
+    return 0;
+  };
   const auto untyped = reinterpret_cast<void*>(callback);
   EXPECT_EQ(unsigned{ovk_Status_Done}, ovk_RegisterForService(service, untyped, nullptr, nullptr, nullptr));
 }
@@ -134,10 +132,10 @@ void askAsToldTo(std::minstd_rand& random, bool& askedAll) {
 
 void takePart(Child& child) {
   ovk_Init(true, fidOf(self).c_str(), nullptr, nullptr, nullptr);
-  add(ovk_Service_RegisterReadServer, onReadRequest);
-  add(ovk_Service_RegisterReadClient, onReadResponse);
-  add(ovk_Service_RegisterWriteServer, onWriteRequest);
-  add(ovk_Service_RegisterWriteClient, onWriteResponse);
+  add<ovk_RegisterReadReqCallbackData_t, onReadRequest>(ovk_Service_RegisterReadServer);
+  add<ovk_RegisterReadRspCallbackData_t, onReadResponse>(ovk_Service_RegisterReadClient);
+  add<ovk_RegisterWriteReqCallbackData_t, onWriteRequest>(ovk_Service_RegisterWriteServer);
+  add<ovk_RegisterWriteRspCallbackData_t, onWriteResponse>(ovk_Service_RegisterWriteClient);
   child.signal();
   std::minstd_rand random(static_cast<unsigned>(::getpid()));
   bool askedAll = false;
