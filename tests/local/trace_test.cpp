@@ -14,6 +14,7 @@ TEST_F(TraceLog, ThresholdChoosesLines) {
       ovk_local_set_trace_threshold(threshold);
       logTracePrint("F", 1, "f", level, "text\n");
       EXPECT_EQ(level <= threshold, !trace_.empty()) << "level " << level << ", threshold " << threshold;
+      EXPECT_NE("00:00:00.000000", trace_.substr(0, 15)) << "the clock was not read";
       trace_.clear();
     }
   ovk_local_set_trace_threshold(traceError);
