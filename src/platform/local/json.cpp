@@ -105,11 +105,12 @@ bool Json::GetValueAsInt(std::string_view path, int* value) const {
 bool Json::GetValueAsString(std::string_view path, std::string& value) const {
   const char* at = reading().find(path);
   if (at == nullptr || *at != '"') return false;
-  const std::string_view found(at + 1, static_cast<std::size_t>(reading().foundEnd() - 1 - (at + 1)));
-  if (found.size() <= value.capacity()) {
-    value.assign(found);
+  const char* const end = reading().foundEnd() - 1;
+  ++at;
+  if (static_cast<std::size_t>(end - at) <= value.capacity()) {
+    value.assign(at, end);
   } else {
-    value = std::string(found); // growing would copy what is overwritten
+    value = std::string(at, end); // growing would copy what is overwritten
   }
   return true;
 }

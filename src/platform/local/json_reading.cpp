@@ -155,15 +155,16 @@ inline JsonReading::Value JsonReading::lookUp(std::string_view path) {
   Value found = value(isNear ? array_ : JsonOutline::root);
   std::string_view rest = isNear ? path.substr(arrayPathLength_) : path;
   while (!rest.empty() && found.at != nullptr) {
-    const char kind = *found.at;
-    if (rest.front() != '[') {
+    if (*found.at == '{' && rest.front() != '[') {
       const Name name = takeName(rest);
-      found = kind == '{' ? member(found.node, name.text, name.head) : Value{};
-      continue;
+      found = member(found.node, name.text, name.head);
+    } else if (*found.at == '[' && rest.front() == '[') {
+      if (found.node != array_) enterArray(found.node, path.substr(0, path.size() - rest.size()));
+      std::uint32_t index = 0;
+      found = takeIndex(rest, index) ? element(index) : Value{};
+    } else {
+      return {};
     }
-    if (kind == '[' && found.node != array_) enterArray(found.node, path.substr(0, path.size() - rest.size()));
-    std::uint32_t index = 0;
-    found = kind == '[' && takeIndex(rest, index) ? element(index) : Value{};
   }
   return found;
 }
