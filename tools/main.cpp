@@ -46,7 +46,7 @@ int main(int argc, char** argv) {
   } catch (const tool::ReaderGone&) {
     return tool::Exit_Done;
   } catch (const std::exception& error) {
-    std::cerr << "ovk: " << error.what() << '\n';
+    tool::putWarning(error.what());
     return tool::Exit_Other;
   }
 }

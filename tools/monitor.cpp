@@ -62,7 +62,7 @@ public:
   void show(const ovk_local_passed_t& passed) {
     if (isComplete()) return;
     ++shown;
-    if (passed.missed > 0) std::cerr << "ovk: " << passed.missed << " messages passed too fast and are not shown\n";
+    if (passed.missed > 0) putWarning(std::to_string(passed.missed) + " messages passed too fast and are not shown");
     const Microseconds time = calendarTime(passed.time);
     const Json message = Json::parse(passed.text, nullptr, false);
     if (form == Form::Json) return showWhole(time, message, passed.text);
@@ -110,7 +110,7 @@ void takeCopies(AnswerQueue& waiting, Display& display) {
 void watch(const BusOptions& bus, int count) {
   Session session(bus);
   const Watch watching(session);
-  std::cerr << "watching the bus in " << ovk_local_bus_directory() << '\n';
+  putLog("watching the bus in " + ovk_local_bus_directory());
   Display display(bus.form, count);
   AnswerQueue waiting;
   int timeout = 0;

@@ -7,7 +7,6 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
-#include <iostream>
 #include <random>
 #include <unistd.h>
 

@@ -54,10 +54,14 @@ Json valueJson(const std::string& text, bool isNumber) {
 
 Json ownResult(Json data) { return {{"success", true}, {"data", std::move(data)}}; }
 
+void putLog(const std::string& line) { std::cerr << line + '\n'; }
+
+void putWarning(const std::string& text) { putLog("ovk: " + text); }
+
 void report(const Failure& failure, Form form) {
   const std::string text = failure.what();
   if (text.empty()) return;
-  std::cerr << "ovk: " << text << '\n';
+  putWarning(text);
   if (form != Form::Json || failure.code > Exit_Signal) return;
   Json result = {{"success", false}, {"err_reason", text}};
   if (const auto* refusal = dynamic_cast<const RefusalFailure*>(&failure)) {

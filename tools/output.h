@@ -43,6 +43,12 @@ Json valueJson(const std::string& text, bool isNumber);
 /// A result that no message brought.
 Json ownResult(Json data);
 
+/// A line on stderr. It is written in one piece: of several tools that share a log, each line stays whole.
+void putLog(const std::string& line);
+
+/// The same, as what the tool itself has to say.
+void putWarning(const std::string& text);
+
 /// Says a failure on stderr and, in JSON's form, as a line on stdout.
 void report(const Failure& failure, Form form);
 

@@ -91,7 +91,7 @@ Reading readAll(Session& session, const std::string& fid, const std::vector<Area
 void warnOfParts(const std::vector<Area>& areas) {
   const size_t requests = (partsOf(areas).size() + 1) / 2;
   if (requests < 2) return;
-  std::cerr << "ovk: read in " << requests << " parts, not at one instant\n";
+  putWarning("read in " + std::to_string(requests) + " parts, not at one instant");
 }
 
 /// Each value with its first register.

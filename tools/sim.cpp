@@ -65,9 +65,9 @@ bool canBeAsked(const std::string& fid, const std::string& controller) {
 /// while the simulation runs.
 void warnUnreachable(const DeviceDescription& device, const std::string& controller) {
   if (canBeAsked(device.fid, controller)) return;
-  std::cerr << "ovk: " << device.fid << " cannot be asked yet: it is not known below " << controller
-            << "; run: ovk --bus '" << ovk_local_bus_directory() << "' topology add " << controller << ' ' << device.fid
-            << (device.name.empty() ? "" : " '" + device.name + "'") << '\n';
+  putWarning(device.fid + " cannot be asked yet: it is not known below " + controller + "; run: ovk --bus '" +
+             ovk_local_bus_directory() + "' topology add " + controller + ' ' + device.fid +
+             (device.name.empty() ? "" : " '" + device.name + "'"));
 }
 
 /// Says which of the devices can be asked by now; the others go on waiting.
@@ -115,7 +115,7 @@ void simulate(BusOptions bus, const Arguments& arguments) {
     waiting.push_back(device.fid);
   }
   serveUntilStopped(session, server, waiting);
-  std::cerr << server.summary() << '\n';
+  putLog(server.summary());
 }
 
 } // namespace

@@ -5,7 +5,7 @@
 
 #include "sim_server.h"
 
-#include <iostream>
+#include "output.h"
 
 namespace tool {
 namespace {
@@ -18,7 +18,7 @@ Envelope envelopeOf(const Record& request) {
 }
 
 void report(const Envelope& envelope, const std::string& what) {
-  std::cerr << printable(envelope.requester + " -> " + envelope.device + " " + what) + "\n";
+  putLog(printable(envelope.requester + " -> " + envelope.device + " " + what));
 }
 
 unsigned sendRegisters(const Envelope& to, const Assignment& first, const Assignment& second, const char* reason) {

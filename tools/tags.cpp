@@ -109,9 +109,9 @@ Reading askForTags(Session& session, const Request& request) {
 }
 
 void warnOfParts(const Request& request) {
-  if (request.tags.size() <= kMostTags) return;
-  std::cerr << "ovk: " << request.fid << " is read in " << (request.tags.size() + kMostTags - 1) / kMostTags
-            << " parts, not at one instant\n";
+  const size_t requests = (request.tags.size() + kMostTags - 1) / kMostTags;
+  if (requests < 2) return;
+  putWarning(request.fid + " is read in " + std::to_string(requests) + " parts, not at one instant");
 }
 
 struct TypedValue {

@@ -83,7 +83,7 @@ void listOnce(Session& session, const Arguments& arguments) {
   }
   print(controllers, session.options().form);
   // What the bus complained of, an unusable topology file say, makes the list shorter but not wrong.
-  if (!session.why().empty()) std::cerr << "ovk: this list may be incomplete" << session.why() << '\n';
+  if (!session.why().empty()) putWarning("this list may be incomplete" + session.why());
 }
 
 void list(const BusOptions& bus, const Arguments& arguments) {

@@ -9,6 +9,7 @@ level=VR101_10017_00000000A1B2
 silent=VR101_10018_00000000A1B3
 work=$(mktemp -d)
 bus=$work/bus
+. "$(dirname "$0")/await.sh"
 export LC_ALL=C
 odd_locale=$(locale -a 2>/dev/null | grep -m 1 '^de_DE') || odd_locale=C
 trap 'kill "${sims[@]}" 2>/dev/null; rm -rf "$work"' EXIT
@@ -54,12 +55,15 @@ values() {
   [ "$(cat "$work/out")" = "$expected" ] || fail "'$* -q' did not print '$expected'"
 }
 
+# takes_part FID PROCESS : whether the process is on the bus by now, or will not be, since it has ended.
+takes_part() { [ -e "$bus/$1.c1" ] || [ -e "$bus/$1.c4" ] || ! kill -0 "$2"; }
+
 # signalled SIGNAL CODE ARGUMENT... : runs the tool until it takes part in the bus, and ends it.
 signalled() {
   local signal=$1 code=$2 own=VR003_00001_000000000001
   shift 2
   "$ovk_tool" --bus "$bus" --id $own "$@" >"$work/out" 2>"$work/err" &
-  until [ -e "$bus/$own.c1" ] || [ -e "$bus/$own.c4" ] || ! kill -0 $!; do sleep 0.01; done
+  await takes_part $own $!
   kill -s "$signal" $!
   wait $!
   local got=$?
@@ -236,7 +240,7 @@ start --delay-ms 60000 "$work/bare.json"
 ready $pump
 ovk read $pump 100 --timeout 1 >"$work/out" 2>"$work/err" &
 asking=$!
-until grep -q "read 100:1: answered" "$work/sim.log"; do :; done
+await grep -q "read 100:1: answered" "$work/sim.log"
 kill -s KILL "$sim"
 wait "$sim" 2>/dev/null
 check 7 "is it running" read $pump 100
@@ -263,11 +267,11 @@ ready $pump
 check 0 "wrote" write $pump 2048=7
 values "-2 4294967295" tags $pump info:1 port:1
 values "-5 1" tags $pump info:1 port:1
-: >"$work/monitor.err"
-"$ovk_tool" --bus "$bus" monitor --count 6 >"$work/table" 2>>"$work/monitor.err" &
+for form in table json; do : >"$work/$form.err"; done
+timeout 60 "$ovk_tool" --bus "$bus" monitor --count 6 >"$work/table" 2>"$work/table.err" &
 monitor=$!
-"$ovk_tool" --bus "$bus" monitor --json --count 6 >"$work/whole" 2>>"$work/monitor.err" &
-until [ "$(grep -c watching "$work/monitor.err")" = 2 ]; do sleep 0.01; done
+timeout 60 "$ovk_tool" --bus "$bus" monitor --json --count 6 >"$work/json" 2>"$work/json.err" &
+for form in table json; do await grep -q watching "$work/$form.err"; done
 values "0 0 7 0" read $pump 2046:4
 json 0 '.data | map([.start, (.words | length), .words[-1]]) == [[1, 2048, 7], [65535, 1, 0]]' read $pump 1:2048 65535
 grep -q "in 2 parts, not at one instant" "$work/err" || fail "parts were not told of"
@@ -282,7 +286,7 @@ read request ovk-N-1 1:1024, 1025:1024
 read answer ovk-N-1 1 = 0 0 0 0 0 0 0 0 ... (1024), 1025 = 0 0 0 0 0 0 0 0 ... (1024)
 read request ovk-N-2 65535:1
 read answer ovk-N-2 65535 = 0" ]] || fail "the monitor showed something else"
-[ "$(jq -c '[.message.msg_type, .time > 1e9]' "$work/whole" | paste -sd' ')" = "$(
+[ "$(jq -c '[.message.msg_type, .time > 1e9]' "$work/json" | paste -sd' ')" = "$(
   for _ in 1 2 3; do printf '[200,true] [201,true] '; done | sed 's/ $//')" ] || fail "the whole monitor showed something else"
 signalled TERM 143 monitor
 stop TERM "0 not sent$"

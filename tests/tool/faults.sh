@@ -10,6 +10,7 @@ own_mounts=${3-}
 [ -n "$own_mounts" ] || ! unshare -m true 2>/dev/null || exec unshare -m "$0" "$ovk_tool" "$device" own-mounts
 work=$(mktemp -d)
 bus=$work/bus
+. "$(dirname "$0")/await.sh"
 trap 'kill $sim 2>/dev/null; umount "$work/disk" 2>/dev/null; rm -rf "$work"' EXIT
 failures=0
 
@@ -32,7 +33,7 @@ start() {
   : >"$work/ready"
   timeout 60 "$ovk_tool" --bus "$bus" sim "$device" >"$work/ready" 2>"$work/sim.log" &
   sim=$!
-  for _ in $(seq 200); do grep -q ready "$work/ready" && return; sleep 0.05; done
+  await grep -q ready "$work/ready"
 }
 works() { check 0 '^[0-9]+$' read $pump 100 -q; }
 stop() {
@@ -87,9 +88,9 @@ works
 # Removed. Who took part is off the bus and told so, until it starts again; who comes then meets in the new one.
 "$ovk_tool" --bus "$bus" read $pump 100 -q --every 0.02 --count 100 --timeout 0.1 >"$work/values" 2>"$work/reader" &
 reader=$!
-until [ -s "$work/values" ]; do sleep 0.02; done
+await test -s "$work/values"
 rm -r "$bus"
-until [ -s "$work/reader" ]; do sleep 0.02; done
+await test -s "$work/reader"
 stop
 start
 works
