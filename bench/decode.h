@@ -5,6 +5,7 @@
 #include <type_traits>
 
 #include "callback/callback_data.h"
+#include "callback/record_table.h"
 #include "core/block.h"
 #include "core/catalogue.h"
 #include "core/registry.h"
@@ -107,18 +108,11 @@ private:
   static bool fill(Value root, void* data) {
     Record& record = *static_cast<Record*>(data);
     if (!header(root, record)) return false;
-    constexpr bool isResponse = requiresOutcome(static_cast<Record*>(nullptr));
-    if constexpr (isResponse) {
+    if constexpr (ovk::isResponse<Record>) {
       if (!outcome(root, record)) return false;
     }
     return body(root, record);
   }
-
-  template <typename Record>
-  static constexpr auto requiresOutcome(Record* record) -> decltype(record->success, true) {
-    return true;
-  }
-  static constexpr bool requiresOutcome(...) { return false; }
 
   static bool readWords(Value block, uint16_t* values, int32_t& count) {
     count = 0;

@@ -8,7 +8,6 @@
 #include <iostream>
 
 #include "arguments.h"
-#include "message_type.h"
 #include "options.h"
 #include "rounds.h"
 
@@ -37,7 +36,7 @@ void print(const ovk_DescriptorReadRspCallbackData_t& info, Form form) {
   const std::vector<int32_t> tagBlocks = listOf(info.numTagRegBlocks, info.pTagRegBlocks);
   const std::vector<int32_t> reservedBlocks = listOf(reserved, info.pResRegBlocks);
   if (form == Form::Json) {
-    Json result = answerHeader(Message_InfoAnswer, info);
+    Json result = answerHeader(ovk_Message_DescriptorReadResponse, info);
     result["data"] = {{"numTagRegBlocks", info.numTagRegBlocks},
                       {"TagRegBlocks", tagBlocks},
                       {"numResRegBlocks", reserved},

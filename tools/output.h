@@ -4,6 +4,7 @@
 #include <string>
 
 #include "failure.h"
+#include "ovk/service.h"
 
 namespace tool {
 
@@ -29,7 +30,7 @@ void putJson(const Json& result);
 
 /// What all results have that come from an answer: its header. The caller adds "data".
 template <class Record>
-Json answerHeader(int messageType, const Record& answer) {
+Json answerHeader(ovk_MessageType_t messageType, const Record& answer) {
   return {{"msg_type", messageType},
           {"ref_id", answer.refId},
           {"src", {{"fid", answer.srcFid}}},

@@ -7,7 +7,6 @@
 #include <map>
 
 #include "arguments.h"
-#include "message_type.h"
 
 namespace tool {
 namespace {
@@ -16,10 +15,10 @@ constexpr size_t kMostValues = 8;
 
 const std::map<int64_t, const char*>& typeNames() {
   static const std::map<int64_t, const char*> names = {
-      {Message_ReadRequest, "read request"},   {Message_ReadAnswer, "read answer"},
-      {Message_WriteRequest, "write request"}, {Message_WriteAnswer, "write answer"},
-      {Message_InfoRequest, "info request"},   {Message_InfoAnswer, "info answer"},
-      {Message_TagsRequest, "tags request"},   {Message_TagsAnswer, "tags answer"},
+      {ovk_Message_RegisterReadRequest, "read request"},   {ovk_Message_RegisterReadResponse, "read answer"},
+      {ovk_Message_RegisterWriteRequest, "write request"}, {ovk_Message_RegisterWriteResponse, "write answer"},
+      {ovk_Message_DescriptorReadRequest, "info request"}, {ovk_Message_DescriptorReadResponse, "info answer"},
+      {ovk_Message_TagReadRequest, "tags request"},        {ovk_Message_TagReadResponse, "tags answer"},
   };
   return names;
 }
@@ -80,9 +79,9 @@ std::string itemOf(const Json& item) { return textOf(at(item, {"tag"})) + " = " 
 
 std::string payloadOf(int64_t type, const Json& data) {
   switch (type) {
-  case Message_TagsRequest: return listed(at(data, {"tags"}), selectorOf);
-  case Message_TagsAnswer: return listed(at(data, {"tag_items"}), itemOf);
-  case Message_InfoAnswer:
+  case ovk_Message_TagReadRequest: return listed(at(data, {"tags"}), selectorOf);
+  case ovk_Message_TagReadResponse: return listed(at(data, {"tag_items"}), itemOf);
+  case ovk_Message_DescriptorReadResponse:
     return "blocks " + listed(at(data, {"TagRegBlocks"}), textOf) + ", reserved " +
            listed(at(data, {"ResRegBlocks"}), textOf) + ", buffer " + textOf(at(data, {"ModbusBufferSize"}));
   default: return areas(data);

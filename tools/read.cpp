@@ -8,7 +8,6 @@
 #include <iostream>
 
 #include "arguments.h"
-#include "message_type.h"
 #include "options.h"
 #include "register_options.h"
 #include "rounds.h"
@@ -68,7 +67,7 @@ Json askForRegisters(Session& session, const std::string& fid, Part& first, Part
                                  other.count);
       },
       [&](const ovk_RegisterReadRspCallbackData_t& answer) {
-        header = answerHeader(Message_ReadAnswer, answer);
+        header = answerHeader(ovk_Message_RegisterReadResponse, answer);
         take(first, answer.startRegister1, answer.numberRegisters1, answer.pStartRegister1);
         if (second != nullptr) take(*second, answer.startRegister2, answer.numberRegisters2, answer.pStartRegister2);
       });

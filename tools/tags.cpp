@@ -12,7 +12,6 @@
 #include "arguments.h"
 #include "failure.h"
 #include "file_content.h"
-#include "message_type.h"
 #include "notation.h"
 #include "options.h"
 #include "ovk/local_platform.h"
@@ -90,7 +89,7 @@ void askForPart(Session& session, const std::string& fid, const std::vector<DevT
       fid, [&](const char* reference) { return ovk_ReadTags(fid, reference, tags); },
       [&](const ovk_TagReadRspCallbackData_t& answer) {
         items.assign(answer.pTagItems, answer.pTagItems + answer.numTagItems);
-        reading.header = answerHeader(Message_TagsAnswer, answer);
+        reading.header = answerHeader(ovk_Message_TagReadResponse, answer);
       });
   const auto isOf = [](const DevTagDevInfoTag& tag, const TagItem_t& item) { return item.tag == tag.tag_num; };
   if (!std::equal(tags.begin(), tags.end(), items.begin(), items.end(), isOf))

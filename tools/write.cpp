@@ -6,7 +6,6 @@
 #include <iostream>
 
 #include "arguments.h"
-#include "message_type.h"
 #include "options.h"
 #include "register_options.h"
 #include "rounds.h"
@@ -33,7 +32,9 @@ Json askToWrite(Session& session, const std::string& fid, const std::vector<Assi
                                   static_cast<int>(first.values.size()), second.start, second.values.data(),
                                   static_cast<int>(second.values.size()));
       },
-      [&](const ovk_RegisterWriteRspCallbackData_t& answer) { header = answerHeader(Message_WriteAnswer, answer); });
+      [&](const ovk_RegisterWriteRspCallbackData_t& answer) {
+        header = answerHeader(ovk_Message_RegisterWriteResponse, answer);
+      });
   return header;
 }
 

@@ -24,6 +24,19 @@ enum ovk_Service_t : int {
   ovk_Service_RegisterWriteServer = 7   ///< answers such requests
 };
 
+/// What a message is: its "msg_type". A request and the response to it have the same reference identifier.
+/// The values are known to every controller on the bus: never renumber.
+enum ovk_MessageType_t : int {
+  ovk_Message_RegisterReadRequest = 200,
+  ovk_Message_RegisterReadResponse = 201,
+  ovk_Message_RegisterWriteRequest = 202,
+  ovk_Message_RegisterWriteResponse = 203,
+  ovk_Message_DescriptorReadRequest = 204,
+  ovk_Message_DescriptorReadResponse = 205,
+  ovk_Message_TagReadRequest = 206,
+  ovk_Message_TagReadResponse = 207
+};
+
 /// How the library calls a service callback: with the service's record (see ovk/records.h) and that record's size in
 /// bytes. The record and its blocks are lent for the duration of the call: copy what is to be kept, free nothing. The
 /// callback may call any function of this library. A negative result is traced as a failure to process the message; the

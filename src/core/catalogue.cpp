@@ -10,32 +10,20 @@
 
 namespace {
 
-// Message types are known to every controller on the bus: never renumber.
-enum MessageType : int {
-  registerReadRequest = 200,
-  registerReadResponse = 201,
-  registerWriteRequest = 202,
-  registerWriteResponse = 203,
-  descriptorReadRequest = 204,
-  descriptorReadResponse = 205,
-  tagReadRequest = 206,
-  tagReadResponse = 207
-};
-
 struct Row {
-  MessageType sent;
-  MessageType handled;
+  ovk_MessageType_t sent;
+  ovk_MessageType_t handled;
 };
 
 constexpr Row rows[] = {
-    {descriptorReadRequest, descriptorReadResponse},
-    {descriptorReadResponse, descriptorReadRequest},
-    {tagReadRequest, tagReadResponse},
-    {tagReadResponse, tagReadRequest},
-    {registerReadRequest, registerReadResponse},
-    {registerReadResponse, registerReadRequest},
-    {registerWriteRequest, registerWriteResponse},
-    {registerWriteResponse, registerWriteRequest},
+    {ovk_Message_DescriptorReadRequest, ovk_Message_DescriptorReadResponse},
+    {ovk_Message_DescriptorReadResponse, ovk_Message_DescriptorReadRequest},
+    {ovk_Message_TagReadRequest, ovk_Message_TagReadResponse},
+    {ovk_Message_TagReadResponse, ovk_Message_TagReadRequest},
+    {ovk_Message_RegisterReadRequest, ovk_Message_RegisterReadResponse},
+    {ovk_Message_RegisterReadResponse, ovk_Message_RegisterReadRequest},
+    {ovk_Message_RegisterWriteRequest, ovk_Message_RegisterWriteResponse},
+    {ovk_Message_RegisterWriteResponse, ovk_Message_RegisterWriteRequest},
 };
 static_assert(std::size(rows) == ovk::serviceCount);
 

@@ -45,7 +45,7 @@ public:
   // The end of the text's one value and the white space behind.
   const char* run() {
     const char* at = skipJsonSpace(text_);
-    add({}, at);
+    add(at);
     do {
       if (levels_.inObject()) at = memberValue(at);
       if (at != nullptr) at = nextItem(at);
@@ -63,7 +63,7 @@ private:
     const char* value = skipJsonSpace(end);
     if (*value != ':') return nullptr;
     value = skipJsonSpace(value + 1);
-    add({at, static_cast<std::size_t>(end - at - 1)}, value);
+    addMember({at, static_cast<std::size_t>(end - at - 1)}, value);
     return value;
   }
 
@@ -74,7 +74,7 @@ private:
     const bool isObject = *at == '{';
     const bool opens = isObject || *at == '[';
     if (opens) {
-      if (inArray) add({}, at);
+      if (inArray) add(at);
       if (!levels_.open(isObject, size() - 1)) return nullptr;
       ++at;
     } else {
@@ -100,10 +100,10 @@ private:
 
   std::uint32_t offset(const char* at) const { return static_cast<std::uint32_t>(at - text_); }
   std::uint32_t size() const { return static_cast<std::uint32_t>(nodes_.size()); }
-  void add(std::string_view key, const char* value) {
-    const bool hasKey = key.data() != nullptr;
-    nodes_.push_back({hasKey ? headOfPadded(key) : 0, hasKey ? offset(key.data()) : 0,
-                      static_cast<std::uint32_t>(key.size()), offset(value), 0, size() + 1});
+  void add(const char* value) { nodes_.push_back({0, 0, 0, offset(value), 0, size() + 1}); }
+  void addMember(std::string_view key, const char* value) {
+    nodes_.push_back({headOfPadded(key), offset(key.data()), static_cast<std::uint32_t>(key.size()), offset(value), 0,
+                      size() + 1});
   }
 
   const char* text_;

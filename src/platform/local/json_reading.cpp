@@ -191,8 +191,7 @@ bool JsonReading::findInt(std::string_view path, int& value) {
   int number = 0;
   if (at == nullptr || !readJsonInt(at, number)) return false;
   value = number;
-  if (array_ == none || element_.at != at || path.size() < bytesAtOnce || path.size() > NumbersAhead::maxPath)
-    return true;
+  if (array_ == none || element_.at != at || !NumbersAhead::canFollow(path)) return true;
   ahead_.startBehind(path);
   decoded_ = decodeAhead(element_);
   return true;
