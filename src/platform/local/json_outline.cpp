@@ -102,8 +102,8 @@ private:
   std::uint32_t size() const { return static_cast<std::uint32_t>(nodes_.size()); }
   void add(const char* value) { nodes_.push_back({0, 0, 0, offset(value), 0, size() + 1}); }
   void addMember(std::string_view key, const char* value) {
-    nodes_.push_back({headOfPadded(key), offset(key.data()), static_cast<std::uint32_t>(key.size()), offset(value), 0,
-                      size() + 1});
+    nodes_.push_back(
+        {headOfPadded(key), offset(key.data()), static_cast<std::uint32_t>(key.size()), offset(value), 0, size() + 1});
   }
 
   const char* text_;

@@ -19,7 +19,9 @@ public:
   static constexpr std::size_t room = 128;
 
   /// Whether the numbers behind this path can be found again: the path must hold a word and fit in here.
-  static constexpr bool canFollow(std::string_view path) { return path.size() >= bytesAtOnce && path.size() <= maxPath; }
+  static constexpr bool canFollow(std::string_view path) {
+    return path.size() >= bytesAtOnce && path.size() <= maxPath;
+  }
 
   void clear() { next_ = end_ = numbers_; }
   /// Forgets what is there; the next number added will be found at the path that follows this one, which it can follow.
