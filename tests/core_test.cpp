@@ -142,16 +142,34 @@ TEST_F(Core, RegistrationOpensBothChannels) {
 }
 
 TEST_F(Core, RegistrationStaysWhenAChannelFails) {
-  for (const auto& [read, written] : {std::pair(-3, 0), std::pair(0, -3)}) {
-    fake::reset();
-    ovk::enableBus(true);
-    platform().createResults = {{1, read}, {0, written}};
-    EXPECT_EQ(enrol(2, ignoring), 8U);
-    EXPECT_EQ(platform().calls.size(), 2U);
-    EXPECT_EQ(platform().errors(), joined("Failed to create transfer channel for service 2 (ret_create_tc_rd=", read,
-                                          ", ret_create_tc_wr=", written, ")\n"));
-    EXPECT_EQ(OrvaneServices[2].p_ServiceCallback, ignoring);
+  for (int service = 0; service < 8; ++service) {
+    for (const auto& [read, written] : {std::pair(-3, 0), std::pair(0, -3), std::pair(-3, -2)}) {
+      fake::reset();
+      ovk::enableBus(true);
+      platform().createResults =
+          service % 2 == 0 ? std::map<int, int>{{1, read}, {0, written}} : std::map<int, int>{{2, read}, {3, written}};
+      EXPECT_EQ(enrol(service, ignoring), 8U);
+      EXPECT_EQ(platform().calls.size(), 2U);
+      EXPECT_EQ(platform().errors(), joined("Failed to create transfer channel for service ", service,
+                                            " (ret_create_tc_rd=", read, ", ret_create_tc_wr=", written, ")\n"));
+      EXPECT_EQ(OrvaneServices[static_cast<std::size_t>(service)].p_ServiceCallback, ignoring);
+    }
   }
+}
+
+TEST_F(Core, RegistrationIsTakenBackWithoutMemory) {
+  ovk::enableBus(true);
+  for (void* const before : {static_cast<void*>(nullptr), static_cast<void*>(this)}) {
+    for (const int channel : {0, 1}) {
+      OrvaneServices[2].p_ServiceCallback = before;
+      platform().createResults = {{channel, fake::noMemory}};
+      EXPECT_THROW(enrol(2, ignoring), std::bad_alloc);
+      EXPECT_EQ(OrvaneServices[2].p_ServiceCallback, before);
+      EXPECT_EQ(OrvaneServices[2].TransferChannelReadIdx, 0);
+    }
+  }
+  platform().createResults.clear();
+  EXPECT_EQ(enrol(2, ignoring), 0U);
 }
 
 TEST_F(Core, WorkReadsOnlyWithTheBusAndShutdownClosesAllChannels) {
@@ -202,14 +220,18 @@ TEST_F(Core, TopologyAnswersAreTheServices) {
   platform().topologyResult = -7;
   EXPECT_EQ(ovk_topology_get_controller_fusionId_for_sensor("s", controller), 1);
   EXPECT_EQ(controller, fake::parentOf("s"));
+  platform().knowsParents = false;
+  EXPECT_EQ(ovk_topology_get_controller_fusionId_for_sensor("s", controller), 0);
+  EXPECT_EQ(controller, fake::parentOf("s"));
   EXPECT_EQ(ovk_topology_is_orvane_device("x"), -7);
   EXPECT_EQ(ovk_topology_cfg_set_static_device("a", "b", "c"), -7);
   EXPECT_EQ(ovk_topology_cfg_set_static_device("a", "b"), -7);
   EXPECT_EQ(ovk_topology_cfg_delete_static_device("a", "b"), -7);
   ovk_topology_get_qmxb_statistic(&delivered, &received);
   EXPECT_TRUE(delivered == 11 && received == 22);
-  EXPECT_THAT(platform().calls, ElementsAre("get_parent_fid(s)", "is_orvane_member(x)", "set_static_member(a, b, c)",
-                                            "set_static_member(a, b)", "delete_static_member(a, b)"));
+  EXPECT_THAT(platform().calls,
+              ElementsAre("get_parent_fid(s)", "get_parent_fid(s)", "is_orvane_member(x)", "set_static_member(a, b, c)",
+                          "set_static_member(a, b)", "delete_static_member(a, b)"));
 }
 
 } // namespace

@@ -43,7 +43,7 @@ const struct {
 const std::string common = " ovk_build_common_message ovk_build_and_transfer_message processReceivedMessage getMsgType "
                            "getService allocateCallbackData getCallbackData getCommonMessageParameters ";
 
-using Call = std::function<unsigned()>;
+using Call = std::function<void()>;
 
 class Exchange : public Receiver {
 protected:
@@ -52,18 +52,6 @@ protected:
     const std::string lines = platform().lines(message, service == 0 ? "" : common);
     platform().trace.clear();
     return lines;
-  }
-  // Whether the step needs more than n operator new.
-  static bool failsWithout(int n, const Call& step) {
-    fake::failNewAfter(n);
-    bool failed = false;
-    try {
-      step();
-    } catch (const std::bad_alloc&) {
-      failed = true;
-    }
-    fake::failNewAfter(-1);
-    return failed;
   }
 };
 
@@ -87,30 +75,54 @@ TEST_F(Exchange, EveryType) {
   }
 }
 
-// Where operator new fails on the way of a message, the exception reaches the caller, nothing is written, delivered or
-// counted, and the next try works.
+// Where operator new fails on the way of a message, the exception reaches the caller, nothing is written or delivered or
+// counted as a success, and the next try works.
 TEST_F(Exchange, WithoutMemory) {
-  for (const auto& row : rows) {
+  for (int service = 0; service < 8; ++service) {
+    const auto& row = rows[service];
     startOver();
     row.send();
     const std::string message = onlyWritten().text;
-    const auto receive = [&] {
+    const Call receive = [&] {
       platform().inbound[1] = {message};
       ovk_DoWork(nullptr, nullptr, nullptr);
-      return 0U;
     };
-    for (const Call& step : {Call(row.send), Call(receive)}) {
+    for (const Call& step : {Call(row.send), receive}) {
       bool failed = true;
       int n = 0;
       for (; failed && n < 100; ++n) {
         SCOPED_TRACE(testing::Message() << row.what << ", operator new " << n);
         startOver();
-        failed = failsWithout(n, step);
-        EXPECT_EQ(platform().written.size() + records_.size(), failed ? 0U : 1U);
-        EXPECT_TRUE(!failed || platform().counters.empty());
+        failed = fake::failsWithout(n, step);
+        if (!failed) break;
+        EXPECT_EQ(platform().written.size() + records_.size(), 0U);
+        EXPECT_EQ(platform().counters[row.counter] + platform().counters[okCounters[service ^ 1]],
+                  row.counter == 0 ? platform().counters[0] : 0);
+        step();
+        EXPECT_EQ(platform().written.size() + records_.size(), 1U);
       }
-      if (n == 1) GTEST_SKIP() << "operator new is not the tests' own, as under valgrind";
+      if (n == 0) GTEST_SKIP() << "operator new is not the tests' own, as under valgrind";
       EXPECT_FALSE(failed) << row.what;
+    }
+  }
+}
+
+// What the platform refuses is told to the sender, whatever is sent.
+TEST_F(Exchange, WithoutThePlatform) {
+  for (int service = 0; service < 8; ++service) {
+    const auto& row = rows[service];
+    for (const auto& [knowsMyFid, knowsParents, written] : {std::tuple(false, true, 0), std::tuple(true, false, 0),
+                                                            std::tuple(true, true, -1), std::tuple(true, true, 1)}) {
+      if (!knowsParents && service == ovk_Service_RegisterReadServer) continue; // which names no parent but its own
+      SCOPED_TRACE(testing::Message() << row.what << knowsMyFid << knowsParents << written);
+      startOver();
+      platform().knowsMyFid = knowsMyFid;
+      platform().knowsParents = knowsParents;
+      platform().writeResult = written;
+      EXPECT_NE(row.send(), 0U);
+      EXPECT_TRUE(platform().written.empty());
+      EXPECT_NE(platform().errors(), "");
+      EXPECT_EQ(platform().counters[row.counter], 0);
     }
   }
 }

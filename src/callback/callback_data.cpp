@@ -13,7 +13,7 @@
 
 namespace {
 
-int fillRecord(const char* function, ovk_Service_t service, const char* msg, unsigned msgLen, void* record) {
+int fillHeader(const char* function, ovk_Service_t service, const char* msg, unsigned msgLen, void* record) {
   ovk::CommonMembers members;
   const bool isClient = ovk::isClientService(service);
   if (getCommonMessageParameters(msg, msgLen, &members.msgType, members.dstFid, members.srcFid, members.refId, isClient,
@@ -35,6 +35,35 @@ int fillRecord(const char* function, ovk_Service_t service, const char* msg, uns
                  members.dstFid, members.srcFid, members.refId);
   }
   return 0;
+}
+
+// Counts once, also when memory runs out and an exception ends the call.
+struct Outcome {
+  int result = -4;
+  QMXBCounter_e filled = QMXB_API_RX_COMMON_ERR;
+  QMXBCounter_e notFilled = QMXB_API_RX_COMMON_ERR;
+
+  Outcome() = default;
+  Outcome(const Outcome&) = delete;
+  Outcome& operator=(const Outcome&) = delete;
+  ~Outcome() { IncrQMXBCnt(result == 0 ? filled : notFilled); }
+};
+
+int fillAndCount(const char* function, ovk_Service_t service, const char* msg, unsigned msgLen, void** record,
+                 unsigned* length) {
+  Outcome outcome;
+  if (allocateCallbackData(service, record, length) != 0) {
+    OVK_TRACE_AS(function, traceError, "failed to allocate callback data for service %d\n", service);
+    return outcome.result;
+  }
+  const int header = fillHeader(function, service, msg, msgLen, *record);
+  if (header != 0) return outcome.result = header;
+  const ovk::RecordRow& row = *ovk::recordRowOf(service);
+  outcome.filled = row.filled;
+  outcome.notFilled = row.notFilled;
+  outcome.result = row.extract(msg, msgLen, *record);
+  *length = row.size;
+  return outcome.result;
 }
 
 } // namespace
@@ -76,19 +105,7 @@ int releaseCallbackData(ovk_Service_t service, void* pData, unsigned int /*dataL
 
 int getCallbackData(ovk_Service_t service, const char* msg, unsigned int msgLen, void** ppData,
                     unsigned int* pDataLen) {
-  int result = -4;
-  QMXBCounter_e filled = QMXB_API_RX_COMMON_ERR;
-  QMXBCounter_e notFilled = QMXB_API_RX_COMMON_ERR;
-  if (allocateCallbackData(service, ppData, pDataLen) != 0) {
-    OVK_TRACE(traceError, "failed to allocate callback data for service %d\n", service);
-  } else if ((result = fillRecord(__func__, service, msg, msgLen, *ppData)) == 0) {
-    const ovk::RecordRow& row = *ovk::recordRowOf(service);
-    result = row.extract(msg, msgLen, *ppData);
-    *pDataLen = row.size;
-    filled = row.filled;
-    notFilled = row.notFilled;
-  }
-  IncrQMXBCnt(result == 0 ? filled : notFilled);
+  const int result = fillAndCount(__func__, service, msg, msgLen, ppData, pDataLen);
   OVK_TRACE(traceProgress, "for service %d  getCallbackData returns %d\n", service, result);
   return result;
 }

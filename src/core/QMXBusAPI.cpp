@@ -2,6 +2,8 @@
 //
 // None of them remembers whether it was called before; the platform services decide what a repeated call means.
 
+#include <exception>
+
 #include "core/catalogue.h"
 #include "core/identifiers.h"
 #include "core/receive_loop.h"
@@ -37,6 +39,22 @@ unsigned openChannels(const char* function, OrvaneServiceRegistration_t& registr
   return ovk_Status_Done;
 }
 
+// Takes a registration back when there is no memory to finish it.
+class Registering {
+public:
+  explicit Registering(OrvaneServiceRegistration_t& registration) : registration_(registration) {}
+  Registering(const Registering&) = delete;
+  Registering& operator=(const Registering&) = delete;
+  ~Registering() {
+    if (std::uncaught_exceptions() > exceptions_) registration_ = before_;
+  }
+
+private:
+  OrvaneServiceRegistration_t& registration_;
+  OrvaneServiceRegistration_t before_ = registration_;
+  int exceptions_ = std::uncaught_exceptions();
+};
+
 } // namespace
 
 unsigned ovk_Init(bool busEnabled, const char* myFid, p_TopologyCallback1 callback1, p_TopologyCallback2 callback2,
@@ -65,6 +83,7 @@ unsigned ovk_RegisterForService(ovk_Service_t service, void* p_ServiceCallback, 
     OVK_TRACE(traceError, "Invalid service requested: %d\n", service);
     return ovk_Status_Invalid;
   }
+  const Registering registering(*registration);
   registration->service = service;
   registration->p_ServiceCallback = p_ServiceCallback;
   registration->p_UserContext = p_UserContext;

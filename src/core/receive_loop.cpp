@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 #include "callback/callback_data.h"
 #include "core/block.h"
@@ -33,7 +34,13 @@ void processOne(const char* message, int length) {
                  receiveBufferSize - 1);
     return;
   }
-  const int result = processReceivedMessage(message, static_cast<unsigned>(length));
+  int result = 0;
+  try {
+    result = processReceivedMessage(message, static_cast<unsigned>(length));
+  } catch (const std::bad_alloc&) {
+    OVK_TRACE_AS(loop, traceError, "no memory to process Msg %s\n", message);
+    throw;
+  }
   if (result >= 0) return;
   OVK_TRACE_AS(loop, traceError, "failed to process Msg %s\n", message);
   OVK_TRACE_AS(loop, traceError, "processReceivedMessage returns %d\n", result);

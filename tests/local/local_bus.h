@@ -8,6 +8,7 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -17,6 +18,7 @@
 #include "platform/local/file_descriptor.h"
 #include "platform/topology.h"
 #include "platform/transfer_channel.h"
+#include "support/failing_heap.h"
 
 // A bus of its own for each test, and other processes on it.
 
@@ -72,6 +74,22 @@ inline std::string receive(int channel) {
   const int length = readTransferChannel(channel, buffer.data(), static_cast<unsigned>(buffer.size()));
   return buffer.substr(0, static_cast<std::size_t>(std::max(length, 0)));
 }
+
+/// While it lives, this process can open nothing more.
+class NoDescriptors {
+public:
+  NoDescriptors() {
+    EXPECT_EQ(0, ::getrlimit(RLIMIT_NOFILE, &before_));
+    const rlimit none{static_cast<rlim_t>(ovk::local::FileDescriptor(::dup(0)).get()), before_.rlim_max};
+    EXPECT_EQ(0, ::setrlimit(RLIMIT_NOFILE, &none));
+  }
+  NoDescriptors(const NoDescriptors&) = delete;
+  NoDescriptors& operator=(const NoDescriptors&) = delete;
+  ~NoDescriptors() { ::setrlimit(RLIMIT_NOFILE, &before_); }
+
+private:
+  rlimit before_{};
+};
 
 /// What a record says of the controller itself.
 template <class Record>
@@ -165,6 +183,7 @@ protected:
     ASSERT_NE(nullptr, ::mkdtemp(directory_.data()));
     ASSERT_TRUE(ovk_local_set_bus_directory(directory_.c_str()));
     const auto keep = [](const char* line, unsigned length, void* kept) {
+      const fake::Undisturbed undisturbed;
       static_cast<std::string*>(kept)->append(line, length) += '\n';
     };
     ovk_local_set_trace_sink(keep, &trace_);

@@ -80,6 +80,22 @@ unsigned tell(std::vector<ovk_topology_controller_t>& controllers) {
   return 0;
 }
 
+TEST_F(TopologyService, StaysAsItWasWhileDescriptorsAreShort) {
+  const Participant other(fidB);
+  takePart(fidA);
+  const std::string known = topology();
+  {
+    writeTopology("{}"); // which makes a look due
+    const NoDescriptors shortage;
+    std::vector<orvane_parent> found;
+    for (int times = 0; times < 2; ++times) EXPECT_FALSE(Topology().get_topology(found));
+    EXPECT_NE(0, Topology().is_orvane_member(fidB));
+  }
+  EXPECT_EQ(trace_.find("no topology"), trace_.rfind("no topology")) << "said once: " << trace_;
+  traced("no topology, bus directory cannot be read now: Too many open files");
+  EXPECT_EQ(known, topology());
+}
+
 TEST_F(TopologyService, TellsOfChanges) {
   const auto toldNow = [] {
     told.clear();

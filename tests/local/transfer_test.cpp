@@ -1,6 +1,6 @@
 #include <fcntl.h>
+#include <optional>
 #include <poll.h>
-#include <sys/resource.h>
 
 #include "local_bus.h"
 #include "platform/local/file_descriptor.h"
@@ -164,21 +164,59 @@ TEST_F(Transfer, StrangersCostOnlyTheirOwnMessages) {
   EXPECT_FALSE(isMessageWaiting());
 }
 
+// Whatever memory is missing: nothing is kept of a channel that was not opened, and what was written, and only that, is
+// received once.
+TEST_F(Transfer, WithoutMemory) {
+  constexpr int most = 200;
+  static char buffer[16384];
+  const auto read = [] { readTransferChannel(2, buffer, sizeof buffer); };
+  const std::string message = messageTo(fidA, "x");
+  start(fidE);
+  ASSERT_TRUE(ovk_local_start_watching());
+  const auto before = files();
+  for (const auto& [index, role] : {std::pair(0, 1), std::pair(2, 2)}) {
+    bool failed = true;
+    for (int n = 0; failed && n < most; ++n) {
+      closeChannels();
+      start(fidA);
+      failed = fake::failsWithout(n, [index = index, role = role] { createTransferChannel(index, role); });
+      EXPECT_EQ(files() == before, failed) << "channel " << index << ", operator new " << n;
+    }
+    EXPECT_FALSE(failed);
+  }
+  for (const bool connected : {false, true}) {
+    bool failed = true;
+    for (int n = 0; failed && n < most; ++n) {
+      takePart(fidA);
+      EXPECT_TRUE(!connected || (send(0, message) == 0 && receive(2) == message));
+      failed = fake::failsWithout(n, [&] { send(0, message); });
+      EXPECT_EQ(failed ? "" : message, receive(2)) << "sent, operator new " << n;
+    }
+    failed = true;
+    for (int n = 0; failed && n < most; ++n) {
+      takePart(fidA);
+      EXPECT_TRUE(!connected || (send(0, message) == 0 && receive(2) == message));
+      EXPECT_EQ(0, send(0, message));
+      failed = fake::failsWithout(n, read);
+      EXPECT_EQ(failed ? message : "", receive(2)) << "received, operator new " << n;
+    }
+    EXPECT_FALSE(failed);
+  }
+  ovk_local_stop_watching();
+}
+
 TEST_F(Transfer, NewWritersWaitWhileDescriptorsAreShort) {
   takePart(fidA);
   const FileDescriptor known = stranger();
   EXPECT_EQ("", receive(2));
   const FileDescriptor late = stranger();
   sendAs(late, "late");
-  rlimit before{};
-  ASSERT_EQ(0, ::getrlimit(RLIMIT_NOFILE, &before));
-  const rlimit none{static_cast<rlim_t>(FileDescriptor(::dup(0)).get()), before.rlim_max};
-  ASSERT_EQ(0, ::setrlimit(RLIMIT_NOFILE, &none));
+  std::optional<NoDescriptors> shortage(std::in_place);
   std::ofstream(path("probe")) << "";
   EXPECT_EQ("", receive(2));
   const bool stillWaiting = isMessageWaiting();
   EXPECT_EQ("", receive(2));
-  ::setrlimit(RLIMIT_NOFILE, &before);
+  shortage.reset();
   // Where the limit is only played, a call that it refuses has had its effect: the writer is hung up.
   if (::access(path("probe").c_str(), F_OK) == 0) GTEST_SKIP() << "descriptors do not get short here";
   EXPECT_FALSE(stillWaiting);

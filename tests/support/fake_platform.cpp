@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <new>
 #include <sstream>
@@ -19,10 +18,6 @@
 namespace {
 
 fake::Platform current;
-int mallocsLeft = -1;
-int newsLeft = -1;
-
-bool isExhausted(int& blocksLeft) { return blocksLeft >= 0 && blocksLeft-- == 0; }
 
 std::string abridged(std::string text, const std::string& message) {
   const std::size_t at = message.empty() ? std::string::npos : text.find(message);
@@ -66,11 +61,6 @@ void reset() {
 
 std::string parentOf(const std::string& fid) { return "parent of " + fid; }
 
-void failMallocAfter(int blocks) { mallocsLeft = blocks; }
-void failNewAfter(int blocks) { newsLeft = blocks; }
-Undisturbed::Undisturbed() { std::swap(newsLeft, left_); }
-Undisturbed::~Undisturbed() { std::swap(newsLeft, left_); }
-
 std::string Platform::errors(const std::string& message) const {
   std::string all;
   for (const TraceLine& line : trace) {
@@ -91,33 +81,12 @@ std::string Platform::lines(const std::string& message, const std::string& witho
 
 } // namespace fake
 
-// The linker sends the library's own calls of malloc and calloc here (--wrap; compilers make one of the other); those of
-// the C++ runtime stay with the heap.
-extern "C" void* __real_malloc(std::size_t size);
-extern "C" void* __real_calloc(std::size_t count, std::size_t size);
-extern "C" void* __wrap_malloc(std::size_t size);
-extern "C" void* __wrap_calloc(std::size_t count, std::size_t size);
-
-extern "C" void* __wrap_malloc(std::size_t size) { return isExhausted(mallocsLeft) ? nullptr : __real_malloc(size); }
-
-extern "C" void* __wrap_calloc(std::size_t count, std::size_t size) {
-  return isExhausted(mallocsLeft) ? nullptr : __real_calloc(count, size);
-}
-
-// Not inlined, so that compilers and memory checkers always see the pair.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-  void* memory = isExhausted(newsLeft) ? nullptr : __real_malloc(size);
-  return memory == nullptr ? throw std::bad_alloc() : memory;
-}
-[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t& /*unused*/) noexcept {
-  return isExhausted(newsLeft) ? nullptr : __real_malloc(size);
-}
-[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
-[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
-
 int createTransferChannel(int index, int role) {
   record("createTransferChannel", index, role);
-  return current.createResults[index];
+  const fake::Undisturbed undisturbed;
+  const int result = current.createResults[index];
+  if (result == fake::noMemory) throw std::bad_alloc();
+  return result;
 }
 
 int readTransferChannel(int index, void* buffer, unsigned size) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/topology.h"
+#include "support/failing_heap.h"
 
 // A platform whose every operation is scripted and recorded, linked in place of the bundled one. JSON documents are real.
 
@@ -21,6 +22,9 @@ struct WrittenMessage {
   int channel;
   std::string text;
 };
+
+/// As the result of an operation: it throws std::bad_alloc.
+constexpr int noMemory = -1000;
 
 struct Platform {
   // What the library did.
@@ -58,21 +62,5 @@ void reset();
 
 /// The parent that the topology service knows for an identifier.
 std::string parentOf(const std::string& fid);
-
-/// The blocks that malloc() may still give before it fails once; negative for no limit.
-void failMallocAfter(int blocks);
-
-/// The same for operator new, which throws.
-void failNewAfter(int blocks);
-
-/// While it lives, operator new does not fail and nothing is counted: for the scripted platform and callbacks of tests.
-class Undisturbed {
-public:
-  Undisturbed();
-  ~Undisturbed();
-
-private:
-  int left_ = -1;
-};
 
 } // namespace fake

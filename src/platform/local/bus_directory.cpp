@@ -67,12 +67,12 @@ std::string withoutEndSlashes(std::string path) {
 
 } // namespace
 
-std::vector<std::string> BusDirectory::names() const {
-  std::vector<std::string> found;
+std::optional<std::vector<std::string>> BusDirectory::names() const {
   // A descriptor of its own: the place where reading stopped is the open file's.
   const int copy = ::openat(descriptor_.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   const std::unique_ptr<DIR, int (*)(DIR*)> entries(copy < 0 ? nullptr : ::fdopendir(copy), ::closedir);
-  if (!entries) return found;
+  if (!entries) return std::nullopt;
+  std::vector<std::string> found;
   while (const dirent* entry = ::readdir(entries.get())) found.emplace_back(entry->d_name);
   return found;
 }

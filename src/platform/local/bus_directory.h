@@ -2,6 +2,7 @@
 
 #include <ctime>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
@@ -22,8 +23,8 @@ public:
   int descriptor() const { return descriptor_.get(); }
   bool is(const struct stat& seen) const { return seen.st_dev == device_ && seen.st_ino == inode_; }
 
-  /// The names in it, in no order.
-  std::vector<std::string> names() const;
+  /// The names in it, in no order; nothing, and errno says why, when they cannot be read now.
+  std::optional<std::vector<std::string>> names() const;
   void remove(const std::string& name) const { ::unlinkat(descriptor_.get(), name.c_str(), 0); }
 
 private:

@@ -55,6 +55,24 @@ bool isEqual(const orvane_parent& one, const orvane_parent& other) {
          std::equal(one.members.begin(), one.members.end(), other.members.begin(), other.members.end(), sameSensor);
 }
 
+// What the files in the directory tell; nothing, and errno says why, when they cannot be looked at now. A killed process
+// stays known by what it left until somebody sweeps it.
+std::optional<BusFiles> lookThrough(const BusDirectory& directory) {
+  const auto names = directory.names();
+  if (!names) return std::nullopt;
+  BusFiles files;
+  std::string fid;
+  for (const std::string& name : *names) {
+    const bool isParticipant = identifierOf(name, lockSuffix, fid);
+    if (!isParticipant && !identifierOf(name, watcherSuffix, fid)) continue;
+    const std::optional<bool> locked = isFileLocked(directory, name);
+    if (!locked) return std::nullopt;
+    if (isParticipant) files.participants.emplace_back(fid, *locked);
+    if (!isParticipant && *locked) files.watchers.push_back(fid);
+  }
+  return files;
+}
+
 } // namespace
 
 BusView::Stamp BusView::Stamp::of(const struct stat& seen) {
@@ -80,13 +98,19 @@ bool BusView::refresh() {
     refuse(look.refusal);
     return false;
   }
-  refusal_.clear();
   const Stamp stamp = Stamp::of(look.seen);
   if (isFresh(stamp)) return true;
+  std::optional<BusFiles> files = lookThrough(*look.directory);
+  if (!files) {
+    report("cannot be read now: " + errorText(errno));
+    if (own_ != ownFid()) build({});
+    return false;
+  }
+  refusal_.clear();
   directoryStamp_ = stamp;
   lookedAt_ = Clock::now();
   readFile(*look.directory);
-  build(look.directory.get());
+  build(*std::move(files));
   return true;
 }
 
@@ -94,13 +118,17 @@ bool BusView::isFresh(const Stamp& directory) const {
   return directoryStamp_.isStill(directory) && Clock::now() - lookedAt_ < longestTrust && own_ == ownFid();
 }
 
-void BusView::refuse(const std::string& refusal) {
-  if (refusal != refusal_) OVK_LOCAL_TRACE(traceError, "no topology, bus directory refused: %s\n", refusal.c_str());
+void BusView::report(const std::string& refusal) {
+  if (refusal != refusal_) OVK_LOCAL_TRACE(traceError, "no topology, bus directory %s\n", refusal.c_str());
   refusal_ = refusal;
+}
+
+void BusView::refuse(const std::string& refusal) {
+  report("refused: " + refusal);
   directoryStamp_ = fileStamp_ = Stamp();
   config_ = TopologyConfig();
   fault_.clear();
-  build(nullptr);
+  build({});
 }
 
 // A fault is reported once, not at every look.
@@ -109,9 +137,10 @@ void BusView::readFile(const BusDirectory& directory) {
   ::fstatat(directory.descriptor(), topologyFileName.data(), &seen, 0); // a missing file is a stamp, too
   const Stamp stamp = Stamp::of(seen);
   if (fileStamp_.isStill(stamp)) return;
-  fileStamp_ = stamp;
   std::string fault;
-  if (!readTopologyFile(directory, config_, fault)) {
+  const bool good = readTopologyFile(directory, config_, fault);
+  fileStamp_ = good ? stamp : Stamp(); // what could not be read now may be so later
+  if (!good) {
     config_ = TopologyConfig();
     if (fault != fault_)
       OVK_LOCAL_TRACE(traceError, "%s ignored: %s\n", directory.pathOf(topologyFileName).c_str(), fault.c_str());
@@ -119,12 +148,15 @@ void BusView::readFile(const BusDirectory& directory) {
   fault_ = fault;
 }
 
-void BusView::build(const BusDirectory* directory) {
+void BusView::build(BusFiles files) {
   std::map<std::string, orvane_parent> found;
   own_ = ownFid();
   enterConfigured(found);
-  watchers_.clear();
-  if (directory != nullptr) findRunning(*directory, found);
+  watchers_ = std::move(files.watchers);
+  for (const auto& [fid, runs] : files.participants) {
+    orvane_parent& controller = enter(found, fid);
+    if (runs) controller.kind = running;
+  }
   if (!own_.empty()) enter(found, own_).kind = running;
   std::vector<orvane_parent> controllers;
   for (auto& [fid, controller] : found) {
@@ -145,17 +177,6 @@ void BusView::enterConfigured(std::map<std::string, orvane_parent>& found) const
   }
   for (const StaticDevice& device : config_.statics)
     enter(found, device.parent).members.push_back({device.fid, device.name, {}, {}});
-}
-
-// A killed process stays known by what it left until somebody sweeps it.
-void BusView::findRunning(const BusDirectory& directory, std::map<std::string, orvane_parent>& found) {
-  std::string fid;
-  for (const std::string& name : directory.names()) {
-    if (identifierOf(name, watcherSuffix, fid) && isFileLocked(directory, name)) watchers_.push_back(fid);
-    if (!identifierOf(name, lockSuffix, fid)) continue;
-    orvane_parent& controller = enter(found, fid);
-    if (isFileLocked(directory, name)) controller.kind = running;
-  }
 }
 
 void BusView::adopt(std::vector<orvane_parent> found) {

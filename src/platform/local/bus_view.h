@@ -3,6 +3,7 @@
 #include <chrono>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/local/bus_directory.h"
@@ -11,12 +12,19 @@
 
 namespace ovk::local {
 
+/// What the files in the bus directory tell.
+struct BusFiles {
+  std::vector<std::pair<std::string, bool>> participants; ///< with whether they run
+  std::vector<std::string> watchers;
+};
+
 /// What this process knows about the bus: a snapshot of who runs and of topology.json, taken anew when it may have
 /// changed.
 class BusView {
 public:
   /// Brings the snapshot up to date: one system call when nothing changed. False, with a trace line at the first time,
-  /// when the bus directory cannot be used; only the own controller is known then.
+  /// when the bus directory cannot be used: only the own controller is known then; or when it cannot be read for want of
+  /// descriptors or memory: the snapshot stays as it was then.
   bool refresh();
 
   /// All controllers, sorted by identifier, as are their members.
@@ -45,11 +53,11 @@ private:
   };
 
   bool isFresh(const Stamp& directory) const;
+  void report(const std::string& refusal);
   void refuse(const std::string& refusal);
   void readFile(const BusDirectory& directory);
-  void build(const BusDirectory* directory);
+  void build(BusFiles files);
   void enterConfigured(std::map<std::string, orvane_parent>& found) const;
-  void findRunning(const BusDirectory& directory, std::map<std::string, orvane_parent>& found);
   void adopt(std::vector<orvane_parent> found);
 
   Stamp directoryStamp_;

@@ -14,6 +14,9 @@ auto uninterrupted(Call call) {
   return result;
 }
 
+/// Whether an error only says that the system is short of something now.
+inline bool isShortage(int error) { return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM; }
+
 /// Owns a file descriptor, or none (-1).
 class FileDescriptor {
 public:

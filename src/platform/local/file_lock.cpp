@@ -67,11 +67,12 @@ std::optional<FileLock::Outcome> attempt(const BusDirectory& directory, const st
 
 FileLock::Outcome FileLock::take(const BusDirectoryPtr& directory, const std::string& name, Purpose purpose,
                                  std::optional<FileLock>& lock) {
+  std::string kept = name; // first: once the lock is taken nothing may fail any more
   FileDescriptor file;
   for (int tried = 0; tried < mostAttempts; ++tried) {
     const std::optional<Outcome> outcome = attempt(*directory, name, purpose, file);
     if (!outcome) continue;
-    if (*outcome == Outcome::taken) lock.emplace(FileLock(directory, name, std::move(file)));
+    if (*outcome == Outcome::taken) lock.emplace(FileLock(directory, std::move(kept), std::move(file)));
     return *outcome;
   }
   return Outcome::held;
@@ -87,9 +88,10 @@ FileLock::~FileLock() {
   ::fcntl(file_.get(), F_OFD_SETLK, &unlock);
 }
 
-bool isFileLocked(const BusDirectory& directory, const std::string& name) {
+std::optional<bool> isFileLocked(const BusDirectory& directory, const std::string& name) {
   const int flags = O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
   const FileDescriptor file(::openat(directory.descriptor(), name.c_str(), flags));
+  if (!file && isShortage(errno)) return std::nullopt;
   return file && lengthInTheWay(file.get()) == ownLength;
 }
 

@@ -40,7 +40,7 @@ private:
   pid_t owner_;
 };
 
-/// Whether a running process holds the file as its own.
-bool isFileLocked(const BusDirectory& directory, const std::string& name);
+/// Whether a running process holds the file as its own; nothing, and errno says why, when that cannot be seen now.
+std::optional<bool> isFileLocked(const BusDirectory& directory, const std::string& name);
 
 } // namespace ovk::local

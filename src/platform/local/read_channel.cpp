@@ -5,6 +5,7 @@
 
 #include "platform/local/read_channel.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <poll.h>
 #include <sys/epoll.h>
@@ -45,26 +46,22 @@ bool isAtEnd(int connection) {
   return ::ioctl(connection, FIONREAD, &waiting) != 0 || waiting == 0;
 }
 
-bool isShortage(int error) { return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM; }
-
 } // namespace
 
 std::unique_ptr<ReadChannel> ReadChannel::open(const BusDirectoryPtr& directory, const std::string& socketName) {
   directory->remove(socketName);
-  FileDescriptor listener = listenAt(directory->pathOf(socketName));
-  if (!listener) return nullptr;
-  FileDescriptor events(::epoll_create1(EPOLL_CLOEXEC));
-  std::unique_ptr<ReadChannel> channel(new ReadChannel(directory, socketName, std::move(listener), std::move(events)));
+  std::unique_ptr<ReadChannel> channel(new ReadChannel(directory, socketName)); // which removes the socket if it fails
+  channel->listener_ = listenAt(directory->pathOf(socketName));
+  if (!channel->listener_) return nullptr;
   if (channel->listenTo(channel->listener_.get(), EPOLL_CTL_ADD, EPOLLIN) && watch(channel->events_.get()))
     return channel;
   OVK_LOCAL_TRACE(traceError, "cannot wait for messages: %s\n", errorText(errno).c_str());
   return nullptr;
 }
 
-ReadChannel::ReadChannel(BusDirectoryPtr directory, std::string socketName, FileDescriptor listener,
-                         FileDescriptor events)
-    : directory_(std::move(directory)), socketName_(std::move(socketName)), listener_(std::move(listener)),
-      events_(std::move(events)), owner_(::getpid()) {}
+ReadChannel::ReadChannel(BusDirectoryPtr directory, std::string socketName)
+    : directory_(std::move(directory)), socketName_(std::move(socketName)), events_(::epoll_create1(EPOLL_CLOEXEC)),
+      owner_(::getpid()) {}
 
 ReadChannel::~ReadChannel() {
   // A forked child shares socket and wait descriptor with its parent, who goes on using them.
@@ -101,6 +98,7 @@ bool ReadChannel::look() {
 
 // Without a descriptor for the next connection the listener would stay readable: it is left alone until one is free.
 void ReadChannel::acceptOne() {
+  makeRoomForOne(); // first: without memory the writer must stay at the door, with all that it has written already
   FileDescriptor connection(
       uninterrupted([this] { return ::accept4(listener_.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC); }));
   const int error = errno;
@@ -119,8 +117,20 @@ void ReadChannel::adopt(FileDescriptor connection) {
     OVK_LOCAL_TRACE(traceError, "cannot wait for a new writer: %s\n", errorText(errno).c_str());
     return;
   }
-  connections_.emplace(descriptor, std::move(connection));
+  connections_.push_back(std::move(connection));
   ready_.push_back(descriptor);
+}
+
+void ReadChannel::makeRoomForOne() {
+  if (connections_.size() == connections_.capacity()) connections_.reserve(2 * connections_.size() + 1);
+}
+
+void ReadChannel::close(int connection) {
+  const auto closed = std::find_if(connections_.begin(), connections_.end(),
+                                   [=](const FileDescriptor& each) { return each.get() == connection; });
+  if (closed == connections_.end()) return;
+  std::swap(*closed, connections_.back());
+  connections_.pop_back();
 }
 
 bool ReadChannel::listenTo(int descriptor, int operation, unsigned events) const {
@@ -141,7 +151,7 @@ int ReadChannel::receive(int connection, void* buffer, unsigned size) {
     if (length > 0) return static_cast<int>(length);
     if (length < 0 && errno == EAGAIN) return 0;
     if (length == 0 && !isAtEnd(connection)) continue;
-    connections_.erase(connection);
+    close(connection);
     return 0;
   }
 }

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <deque>
-#include <map>
 #include <memory>
 #include <string>
 #include <sys/types.h>
+#include <vector>
 
 #include "platform/local/bus_directory.h"
 
@@ -24,11 +24,13 @@ public:
   int read(void* buffer, unsigned size);
 
 private:
-  ReadChannel(BusDirectoryPtr directory, std::string socketName, FileDescriptor listener, FileDescriptor events);
+  ReadChannel(BusDirectoryPtr directory, std::string socketName);
 
   bool look();
   void acceptOne();
   void adopt(FileDescriptor connection);
+  void makeRoomForOne();
+  void close(int connection);
   bool listenTo(int descriptor, int operation, unsigned events) const;
   int receive(int connection, void* buffer, unsigned size);
 
@@ -36,7 +38,7 @@ private:
   std::string socketName_;
   FileDescriptor listener_;
   FileDescriptor events_;
-  std::map<int, FileDescriptor> connections_;
+  std::vector<FileDescriptor> connections_;
   std::deque<int> ready_; // connections that may hold messages, in the order in which they are to be emptied
   bool knocked_ = false;  // at the last look a writer wanted to be taken in, and others may wait behind it
   bool paused_ = false;   // no descriptor was left for the next connection

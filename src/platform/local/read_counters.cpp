@@ -64,7 +64,8 @@ bool ovk_local_read_counters(const char* fid, std::vector<ovk_local_counter_t>& 
   const ovk::local::BusDirectoryPtr directory = ovk::local::busDirectory();
   const std::string name = ovk::local::fileName(fid, ovk::local::countersSuffix);
   Snapshot snapshot;
-  if (!directory || !readSnapshot(*directory, name, snapshot) || !ovk::local::isFileLocked(*directory, name))
+  if (!directory || !readSnapshot(*directory, name, snapshot) ||
+      !ovk::local::isFileLocked(*directory, name).value_or(false))
     return false;
   counters.clear();
   for (const Meaning& meaning : meanings)

@@ -7,9 +7,11 @@
 #include "platform/local/topology_file.h"
 
 #include <cerrno>
+#include <chrono>
 #include <fcntl.h>
 #include <string_view>
 #include <sys/file.h>
+#include <thread>
 
 #include "platform/local/file_names.h"
 #include "platform/local/trace.h"
@@ -66,6 +68,19 @@ std::string replaceFile(const BusDirectory& directory, const std::string& text) 
   return {};
 }
 
+// Empty when the lock is held. Edits take milliseconds, so the lock is asked for again and again: whoever waited for it in
+// the kernel would hang with a holder that hangs.
+std::string lockForEdit(int directory) {
+  constexpr auto longest = std::chrono::seconds(5);
+  const auto end = std::chrono::steady_clock::now() + longest;
+  while (::flock(directory, LOCK_EX | LOCK_NB) != 0) {
+    if (errno != EWOULDBLOCK && errno != EINTR) return failure("cannot lock");
+    if (std::chrono::steady_clock::now() > end) return "another process has kept it locked for 5 s";
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return {};
+}
+
 } // namespace
 
 bool readTopologyFile(const BusDirectory& directory, TopologyConfig& config, std::string& fault) {
@@ -90,9 +105,9 @@ bool readTopologyFile(const BusDirectory& directory, TopologyConfig& config, std
 std::string editTopologyFile(const BusDirectory& directory, const TopologyChange& change) {
   // A descriptor of its own, since the lock is the open file's.
   const FileDescriptor lock(::openat(directory.descriptor(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!lock || uninterrupted([&] { return ::flock(lock.get(), LOCK_EX); }) != 0) return failure("cannot lock");
+  std::string fault = lock ? lockForEdit(lock.get()) : failure("cannot lock");
+  if (!fault.empty()) return fault;
   TopologyConfig config;
-  std::string fault;
   if (!readTopologyFile(directory, config, fault)) return fault;
   fault = change(config);
   if (fault.empty()) fault = conflictIn(config);

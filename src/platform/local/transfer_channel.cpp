@@ -99,6 +99,13 @@ void openChannel(Channels& all, int index) {
   }
 }
 
+// The message is on its way already: a copy that there is no memory for is one that the watchers miss.
+void show(Channels& all, WatchTime time, std::string_view message) try {
+  if (!all.copies) all.copies = std::make_unique<WriteChannel>(all.directory, copiesChannel);
+  showToWatchers(*all.copies, time, message);
+} catch (const std::bad_alloc&) {
+}
+
 // Hands a message over and shows it to those who watch, if any.
 bool deliver(Channels& all, int index, const std::string& target, std::string_view message) {
   const bool watched = isWatched();
@@ -106,20 +113,32 @@ bool deliver(Channels& all, int index, const std::string& target, std::string_vi
   WriteChannel& channel = *all.written[static_cast<std::size_t>(index)];
   if (!channel.write(target, message.data(), static_cast<unsigned>(message.size()))) return false;
   ++traffic().delivered;
-  if (!watched) return true;
-  if (!all.copies) all.copies = std::make_unique<WriteChannel>(all.directory, copiesChannel);
-  showToWatchers(*all.copies, time, message);
+  if (watched) show(all, time, message);
   return true;
 }
+
+// Gives the identifier back when no channel is open after all.
+class Opening {
+public:
+  Opening(Channels& all, std::size_t index) : all_(all), index_(index) {}
+  Opening(const Opening&) = delete;
+  Opening& operator=(const Opening&) = delete;
+  ~Opening() {
+    if (!all_.isOpen(index_)) all_.close(index_);
+  }
+
+private:
+  Channels& all_;
+  std::size_t index_;
+};
 
 bool open(int index) {
   Channels& all = channels();
   const auto at = static_cast<std::size_t>(index);
+  const Opening opening(all, at);
   if (!takePart(all)) return false;
   if (!all.isOpen(at)) openChannel(all, index);
-  if (all.isOpen(at)) return true;
-  all.close(at); // gives the identifier back when no other channel is open
-  return false;
+  return all.isOpen(at);
 }
 
 } // namespace

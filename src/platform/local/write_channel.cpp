@@ -55,8 +55,8 @@ int WriteChannel::offer(const std::string& target, const void* message, unsigned
     dropClosed();
     FileDescriptor fresh;
     error = connect(target, fresh);
-    if (error == 0) error = sendTo(fresh, message, size);
-    if (fresh) targets_.emplace(target, std::move(fresh));
+    // Kept before it is used: with the message under way nothing may fail any more.
+    if (error == 0) error = sendTo(targets_[target] = std::move(fresh), message, size);
   }
   return error;
 }

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <functional>
+
+// A heap that has nothing left when a test says so.
+
+namespace fake {
+
+/// The blocks that malloc() may still give before it fails once; negative for no limit.
+void failMallocAfter(int blocks);
+
+/// The same for operator new, which throws.
+void failNewAfter(int blocks);
+
+/// While it lives, operator new does not fail and nothing is counted: for what a test does inside of a step.
+class Undisturbed {
+public:
+  Undisturbed();
+  ~Undisturbed();
+
+private:
+  int left_ = -1;
+};
+
+/// Whether the step ends by std::bad_alloc when operator new fails once, after that many blocks.
+bool failsWithout(int blocks, const std::function<void()>& step);
+
+} // namespace fake
