@@ -6,8 +6,8 @@
 //   refused here alone    more than 32 levels, a byte order mark, a NUL
 // And the look-ups must agree with one another, and must not depend on those that went before.
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
-#include <optional>
 
 #include "check.h"
 #include "platform/json.h"
@@ -32,8 +32,20 @@ std::string withPlainTexts(std::string text) {
   return text;
 }
 
-// Whether the other parser and the limits set here accept the text; nothing when a number is too large for that parser.
-std::optional<bool> isAcceptable(const std::string& text) {
+// Every run of digits cut to its first two, so that no number is too large for the other parser, which would not look at
+// what stands behind it. What is a number stays one and what is none stays none: two digits show whether a zero leads.
+std::string withShortNumbers(const std::string& text) {
+  std::string shortened;
+  int digits = 0;
+  for (const char c : text) {
+    digits = c >= '0' && c <= '9' ? digits + 1 : 0;
+    if (digits <= 2) shortened += c;
+  }
+  return shortened;
+}
+
+// Whether the other parser and the limits set here accept the text.
+bool isAcceptable(const std::string& text) {
   if (text.find('\0') != std::string::npos || text.compare(0, 3, "\xEF\xBB\xBF") == 0) return false;
   int levels = 0;
   const auto note = [&](int levelsAround, nlohmann::json::parse_event_t event, auto& /*value*/) {
@@ -42,11 +54,9 @@ std::optional<bool> isAcceptable(const std::string& text) {
     return true;
   };
   try {
-    [[maybe_unused]] const auto document = nlohmann::json::parse(withPlainTexts(text), note);
+    [[maybe_unused]] const auto document = nlohmann::json::parse(withShortNumbers(withPlainTexts(text)), note);
   } catch (const nlohmann::json::parse_error&) {
     return false;
-  } catch (const nlohmann::json::out_of_range&) {
-    return std::nullopt;
   }
   return levels <= 32;
 }
@@ -79,8 +89,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Json used;
   used.load(text);
   Json whole;
-  const bool isAccepted = used.getObject("", whole);
-  check(isAccepted == isAcceptable(text).value_or(isAccepted), "both accept the text or both refuse it");
+  check(used.getObject("", whole) == isAcceptable(text), "both accept the text or both refuse it");
   // In the order of a reader, against documents that have read nothing yet.
   for (const char* suffix : {"", "[0]", "[1]", "[2]", ".start", ".num", "[1]", "[0].fid"}) {
     const std::string each = path + suffix;
