@@ -4,6 +4,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -60,11 +61,47 @@ void readFile(const std::string& text) {
   check(formatTopology(again) == formatted, "and says the same");
 }
 
-void useFile(const std::string& text) {
-  std::ofstream(ovk_local_bus_directory() + "/topology.json", std::ios::binary) << text;
+// Written beside and renamed, as an editor does it: a file written in place is looked at once a second only.
+void putFile(const std::string& text) {
+  const std::string name = ovk_local_bus_directory() + "/topology.json";
+  std::ofstream(name + ".edited", std::ios::binary) << text;
+  std::error_code failure;
+  std::filesystem::rename(name + ".edited", name, failure);
+  check(!failure, "the file can be put in place");
+}
+
+using Places = std::set<std::pair<std::string, std::string>>; // participants and where they are reached
+
+Places placesKnown() {
   std::vector<ovk_topology_controller_t> list;
-  ovk_topology_get_list(list);
-  check(ovk_topology_is_orvane_device(ownFid) != 0, "the own controller is known, whatever the file says");
+  check(ovk_topology_get_list(list), "there is a list, whatever the file says");
+  Places places;
+  for (const auto& controller : list) {
+    places.emplace(controller.attr1, controller.attr1);
+    for (const auto& sensor : controller.sensors) places.emplace(sensor.attr1, controller.attr1);
+  }
+  return places;
+}
+
+Places placesIn(const ovk::local::TopologyConfig& config) {
+  Places places = {{ownFid, ownFid}};
+  for (const auto& controller : config.controllers) {
+    places.emplace(controller.fid, controller.fid);
+    for (const auto& sensor : controller.sensors) places.emplace(sensor.fid, controller.fid);
+  }
+  for (const auto& device : config.statics) {
+    places.emplace(device.parent, device.parent);
+    places.emplace(device.fid, device.parent);
+  }
+  return places;
+}
+
+void useFile(const std::string& text) {
+  putFile(text);
+  ovk::local::TopologyConfig config;
+  std::string fault;
+  if (!ovk::local::parseTopology(text, config, fault)) config = {};
+  check(placesKnown() == placesIn(config), "what a good file names is known, what a bad one names is not");
 }
 
 void throwAt(int channel, const std::string& bytes) {
