@@ -1,7 +1,9 @@
 // Any bytes as a received message, with a callback for every service: each reads all that its record announces, gives it
-// other values, sends these as a message of its own, and writes over all of it. The message sent becomes the same record.
+// other values, sends these as a message of its own, and writes over all of it; that of register read requests answers, too.
+// What is legal must be sent, nothing else, and what was sent must become the record that was meant.
 
 #include <algorithm>
+#include <array>
 #include <random>
 
 #include "callback/record_table.h"
@@ -14,6 +16,8 @@ namespace {
 
 using namespace records;
 using fuzz::check;
+
+constexpr std::size_t longestMessage = 16383;
 
 // Each sends what its record says.
 
@@ -47,21 +51,59 @@ unsigned sendOn(WriteReq& r) {
                             r.numberRegisters1, r.startRegister2, r.pStartRegister2, r.numberRegisters2);
 }
 
-// Whether a message of this library can say all that the record does, and no more. In foreign ones areas may be missing,
-// counts impossible, items name others than the requester; and a backslash at the end of a value spoils what it is put in.
+// Whether the library takes what a record says as arguments. Foreign messages may say what it does not.
 template <typename Record>
-bool isSendable(const Record& /*record*/) {
+bool isLegal(const Record& /*record*/) {
   return true;
 }
-bool isSendable(const InfoRsp& r) { return r.numTagRegBlocks >= 0 && r.numResRegBlocks >= 0; }
-bool isSendable(const ReadRsp& r) { return r.success == 1 && r.numberRegisters1 >= 0 && r.numberRegisters2 >= 0; }
-bool isSendable(const ReadReq& r) { return r.startRegister2 >= 0 && r.numberRegisters2 > 0; }
-bool isSendable(const WriteReq& r) { return r.numberRegisters2 > 0; }
-bool isSendable(const TagRsp& r) {
-  return std::all_of(r.pTagItems, r.pTagItems + r.numTagItems, [&](const TagItem_t& item) {
-    return item.tag_type == 0 && item.fid == std::string(r.dstFid) &&
-           (item.idd != 4 || std::strchr(item.data.str, '\\') == nullptr);
-  });
+bool isLegal(const TagReq& r) { return r.numTags > 0; }
+bool isLegal(const ReadReq& r) {
+  return r.startRegister1 >= 0 && (r.numberRegisters1 >= 1 || r.numberRegisters1 == -1);
+}
+bool isLegal(const WriteReq& r) {
+  return r.startRegister1 >= 0 && r.numberRegisters1 >= 1 && (r.sendNotification == 0 || r.sendNotification == 1);
+}
+
+// Nothing is behind an area's count, and in one without a count nothing is specified.
+template <typename Record>
+void clearUnused(Record& r) {
+  std::fill(r.pStartRegister1 + std::max(r.numberRegisters1, 0), r.pStartRegister1 + 1024, uint16_t{0});
+  std::fill(r.pStartRegister2 + std::max(r.numberRegisters2, 0), r.pStartRegister2 + 1024, uint16_t{0});
+}
+
+// Each makes its record the one that the message sent of it becomes. False when that reaches no callback.
+template <typename Record>
+bool arrive(Record& /*record*/) {
+  return true;
+}
+bool arrive(InfoRsp& r) {
+  if (r.numTagRegBlocks < 0) std::fill_n(r.pTagRegBlocks, 10, 0);
+  if (r.numResRegBlocks < 0) std::fill_n(r.pResRegBlocks, 10, 0);
+  return r.success == 1;
+}
+bool arrive(TagRsp& r) {
+  for (int i = 0; i < r.numTagItems; ++i) {
+    r.pTagItems[i].tag_type = 0;
+    std::copy(std::begin(r.dstFid), std::end(r.dstFid), r.pTagItems[i].fid);
+  }
+  return true;
+}
+bool arrive(ReadRsp& r) {
+  if (r.success == 0) r.startRegister1 = r.startRegister2 = r.numberRegisters1 = r.numberRegisters2 = -1;
+  if (r.success == 1) r.numberRegisters1 = std::max(r.numberRegisters1, 0);
+  if (r.success == 1) r.numberRegisters2 = std::max(r.numberRegisters2, 0);
+  clearUnused(r);
+  return true;
+}
+bool arrive(ReadReq& r) {
+  const bool hasArea2 = r.startRegister2 >= 0 && (r.numberRegisters2 >= 1 || r.numberRegisters2 == -1);
+  if (!hasArea2) r.startRegister2 = r.numberRegisters2 = 0;
+  return true;
+}
+bool arrive(WriteReq& r) {
+  if (r.startRegister2 < 0 || r.numberRegisters2 < 1) r.startRegister2 = r.numberRegisters2 = -1;
+  clearUnused(r);
+  return true;
 }
 
 template <std::size_t N>
@@ -85,27 +127,94 @@ void forBlocks(Record& r, Each each) {
   }
 }
 
-// Other values; the same in each run.
-std::mt19937 numbers;
+std::mt19937 numbers; // seeded from the input
 
 int anyNumber() { return static_cast<int>(numbers()); }
 
-template <typename Word>
-void change(Word& word) {
-  word = static_cast<Word>(anyNumber() & 0xFFFF);
-}
+// Other values in the place of a record's; an address or count stays one, and what is none stays none.
+
+void change(int32_t& block) { block = anyNumber() & 0xFFFF; }
+void change(uint16_t& word) { word = static_cast<uint16_t>(anyNumber()); }
 void change(Tag_t& tag) { tag = {anyNumber(), static_cast<uint16_t>(anyNumber())}; }
+
+// One word that needs no escaping, as only such words arrive.
+void changeText(char (&text)[20]) {
+  std::fill(std::begin(text), std::end(text), '\0');
+  for (auto length = numbers() % 20; length > 0; --length) {
+    const char any = static_cast<char>(anyNumber() | 0x40); // no blank, no quote, no NUL
+    text[length - 1] = any == '\\' ? '/' : any;
+  }
+}
 void change(TagItem_t& item) {
   checkText(item.fid);
-  if (item.idd != 4) item.data.i = anyNumber();
-  if (item.idd == 4) checkText(item.data.str);
+  if (item.idd == 4) {
+    checkText(item.data.str);
+    changeText(item.data.str);
+  } else {
+    item.data.i = anyNumber();
+  }
+  item.fid[0] = '?';
+  item.tag_type = anyNumber();
   item.tag = static_cast<uint16_t>(anyNumber());
   item.startReg = anyNumber();
   item.regLen = anyNumber();
 }
 
-std::string received; // what the last record said
-std::string sent;     // what was sent of it, as a record would say it; empty for what could not be sent
+void changeAddress(int32_t& number) {
+  if (number >= 0) number = anyNumber() & 0x7FFFFFFF;
+}
+void changeCount(int32_t& number) {
+  if (number > 0) number = (anyNumber() & 0x7FFFFFFE) + 1;
+}
+
+template <typename Record>
+void changeNumbers(Record& r) {
+  if constexpr (std::is_same_v<Record, InfoRsp>) r.ModbusBufferSize = anyNumber();
+  if constexpr (std::is_same_v<Record, ReadReq> || std::is_same_v<Record, WriteReq> ||
+                std::is_same_v<Record, ReadRsp>) {
+    changeAddress(r.startRegister1);
+    changeAddress(r.startRegister2);
+  }
+  if constexpr (std::is_same_v<Record, ReadReq>) {
+    changeCount(r.numberRegisters1);
+    changeCount(r.numberRegisters2);
+  }
+}
+
+std::string received;              // what the last record said
+std::vector<std::string> expected; // what the records of the messages sent will say; empty when there will be none
+
+// Sends what a record says; the record may be another one afterwards.
+template <typename Record>
+void send(Record& record) {
+  const std::size_t sentBefore = fake::platform().written.size();
+  const bool legal = isLegal(record);
+  check(sendOn(record) == (legal ? ovk_Status_Done : ovk_Status_Invalid), "what is legal is sent, and nothing else");
+  check(fake::platform().written.size() == sentBefore + (legal ? 1 : 0), "what is sent is one message");
+  if (!legal) return;
+  const bool arrives = arrive(record);
+  expected.push_back(arrives ? header(record) + ": " + described(record) : "");
+}
+
+// As many registers as asked for, or as an area has.
+void answer(const ReadReq& request) {
+  std::array<uint16_t, 1024> words1{};
+  std::array<uint16_t, 1024> words2{};
+  ReadRsp r{};
+  std::copy(std::begin(request.dstFid), std::end(request.dstFid), r.srcFid);
+  std::copy(std::begin(request.srcFid), std::end(request.srcFid), r.dstFid);
+  std::copy(std::begin(request.refId), std::end(request.refId), r.refId);
+  r.success = 1;
+  r.startRegister1 = request.startRegister1;
+  r.startRegister2 = request.startRegister2;
+  r.numberRegisters1 = std::min(request.numberRegisters1, 1024);
+  r.numberRegisters2 = std::min(request.numberRegisters2, 1024);
+  r.pStartRegister1 = words1.data();
+  r.pStartRegister2 = words2.data();
+  for (int i = 0; i < r.numberRegisters1; ++i) change(words1[static_cast<std::size_t>(i)]);
+  for (int i = 0; i < r.numberRegisters2; ++i) change(words2[static_cast<std::size_t>(i)]);
+  send(r);
+}
 
 struct Use {
   template <typename Record>
@@ -118,13 +227,14 @@ struct Use {
       check(record.success == 0 || record.success == 1, "success is 0 or 1");
     }
     received = header(record) + ": " + described(record);
+    if constexpr (std::is_same_v<Record, ReadReq>) answer(record);
     forBlocks(record, [](auto* items, int count, int room) {
       check(count <= room, "a count is possible");
       for (int i = 0; i < count; ++i) change(items[i]);
     });
+    changeNumbers(record);
     fake::platform().myFid = record.srcFid; // that of requests
-    const bool isSent = sendOn(record) == ovk_Status_Done && isSendable(record);
-    sent = isSent ? header(record) + ": " + described(record) : "";
+    send(record);
     forBlocks(record, [](auto* items, int /*count*/, int room) {
       std::memset(static_cast<void*>(items), 0xA5, static_cast<std::size_t>(room) * sizeof *items);
     });
@@ -137,24 +247,28 @@ void receive(const std::string& message) {
   auto& requests = fake::platform().inbound[IPC_TC_QMX_SERVER_REQ_IDX];
   requests.push_back(message);
   received.clear();
-  sent.clear();
+  expected.clear();
+  fake::platform().written.clear();
   ovk_DoWork(nullptr, nullptr, nullptr);
   check(requests.empty(), "a message is read, whatever it is");
+  check(message.size() <= longestMessage || received.empty(), "a message that is too long reaches no callback");
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   fake::reset();
-  numbers.seed(1);
+  std::seed_seq seed(data, data + size);
+  numbers.seed(seed);
   ovk_Init(true, fake::platform().myFid.c_str(), nullptr, nullptr, nullptr);
   registerForAll<Use>();
   receive({reinterpret_cast<const char*>(data), size});
-  const std::string expected = sent;
-  if (expected.empty()) return 0;
-  const std::string message = fake::platform().written[0].text;
-  if (message.size() >= 16384) return 0; // too long to be received, as documented
-  receive(message);
-  check(received == expected, (received + "\nshould be " + expected).c_str());
+  const auto messages = fake::platform().written;
+  const auto records = expected;
+  for (std::size_t i = 0; i < messages.size(); ++i) {
+    receive(messages[i].text);
+    if (messages[i].text.size() > longestMessage) continue;
+    check(received == records[i], (received + "\nshould be " + records[i]).c_str());
+  }
   return 0;
 }
