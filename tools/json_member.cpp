@@ -32,12 +32,20 @@ std::string complaint(const std::string& what) {
   return printable(colon == std::string::npos ? what : what.substr(colon + 2));
 }
 
-/// Watches the parser for a second member of the same name, of which it would silently take the last.
-class UniqueNames {
-public:
-  explicit UniqueNames(std::string fileName) : file(std::move(fileName)) {}
+/// The library's own limit. Values are copied level by level, so without one a file could exhaust the stack.
+constexpr int kMostLevels = 32;
 
-  bool operator()(int /*depth*/, json::parse_event_t event, json& parsed) {
+/// Watches the parser for too many levels, and for a second member of the same name, of which it would silently take the
+/// last.
+class Watch {
+public:
+  explicit Watch(std::string fileName) : file(std::move(fileName)) {}
+
+  bool operator()(int levelsAround, json::parse_event_t event, json& parsed) {
+    const bool opens = event == json::parse_event_t::object_start || event == json::parse_event_t::array_start;
+    if (opens && levelsAround >= kMostLevels) {
+      throw Failure(Exit_Other, file + ": has more than " + std::to_string(kMostLevels) + " levels");
+    }
     if (event == json::parse_event_t::object_start) open.emplace_back();
     if (event == json::parse_event_t::object_end) open.pop_back();
     if (event != json::parse_event_t::key || open.back().insert(parsed.get<std::string>()).second) return true;
@@ -56,9 +64,11 @@ bool spoilsMessages(char c) { return static_cast<unsigned char>(c) < 0x20 || c =
 JsonMember JsonMember::load(const std::string& file) {
   const std::string text = contentOf(file);
   try {
-    return {file, "", json::parse(text, UniqueNames(file))};
+    return {file, "", json::parse(text, Watch(file))};
   } catch (const json::parse_error& error) {
     throw Failure(Exit_Other, file + ": " + position(text, error.byte) + ": " + complaint(error.what()));
+  } catch (const json::out_of_range&) { // says no position
+    throw Failure(Exit_Other, file + ": has a number beyond the range of a double");
   }
 }
 

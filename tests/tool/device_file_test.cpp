@@ -41,6 +41,8 @@ TEST_F(DeviceFile, NamesWhatIsWrongWithAMember) {
       {R"("name": "a\"b")", "name: has a quote"},
       {R"("name": 7)", "name: must be a text"},
       {R"("delay_ms": -1)", "delay_ms: must be a whole number from 0"},
+      {R"("delay_ms": 1e999)", "has a number beyond the range"},
+      {R"("name": [[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[)", "has more than 32 levels"},
       {R"("registers": {})", "registers: must be an array"},
       {R"("registers": [7])", "registers[0]: must be an object"},
       {R"("registers": [{"words": [1]}])", "registers[0]: member 'start' is missing"},
