@@ -1,11 +1,13 @@
-// Participants ask one another at random, as fast as they can, and some are killed and start again. Every message is
-// accounted for: what was written is delivered once and in order, what was refused is not, and only what a killed reader
-// left unread is lost.
+// Participants ask one another at random, as fast as they can, and some are killed, two at once at times, and start
+// again. Every message is accounted for: what was written is delivered once and in order, what was refused is not, and
+// only what was written before its reader died is lost. In the end all reach one another.
 //
 //     storm [PARTICIPANTS [SECONDS [ROUNDS [KILLS]]]]      SECONDS and KILLS of each round
 
+#include <algorithm>
 #include <atomic>
 #include <map>
+#include <numeric>
 #include <poll.h>
 #include <random>
 #include <sys/mman.h>
@@ -15,6 +17,8 @@
 #include "ovk/ovk.h"
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
 
 constexpr int mostParticipants = 32;
 int participants = 6;
@@ -28,16 +32,24 @@ enum Phase { answering, askingAtRandom, askingEach };
 
 // Of the messages of one type from one participant to another.
 struct Account {
-  std::atomic<unsigned> tried, written, refused, delivered;
+  std::atomic<unsigned> written, refused, delivered;
+};
+
+// Of the requests, or the responses, from one participant to another. A message's number is the count of those written
+// before it, and its own; the number of a refused one is used again.
+struct Sequence {
+  std::atomic<unsigned> newest;  // written, or being written
+  std::atomic<unsigned> last;    // delivered
+  std::atomic<unsigned> request; // the number of that one, or of the one that it answers
+  std::atomic<unsigned> excused; // up to this one some may be missing: the newest when reader or writer died
 };
 
 // Shared by all processes, so that it outlives those that are killed. First the writer, then the reader.
 struct Ledger {
   Account accounts[mostParticipants][mostParticipants][typeCount];
-  std::atomic<unsigned> asked[mostParticipants][mostParticipants];
-  std::atomic<unsigned> last[mostParticipants][mostParticipants][2]; // request and response delivered, by number
-  std::atomic<unsigned> wrong;                                       // out of order, or with other values
-  std::atomic<unsigned> kills[mostParticipants];
+  Sequence sequences[mostParticipants][mostParticipants][2]; // of requests and of responses
+  std::atomic<unsigned> lost, disordered, altered, wronglyRefused;
+  std::atomic<int> askedEach; // who has, in that phase
   std::atomic<Phase> phase;
 };
 Ledger& ledger =
@@ -47,41 +59,49 @@ int self = 0;
 std::string fidOf(int participant) { return "VR001_00001_0000000000" + std::to_string(10 + participant); }
 int participantOf(const std::string& fid) { return std::stoi(fid.substr(22)) - 10; }
 
-// What travels with the request of that number, which is its reference, too.
+// What travels with the request of that number.
 std::vector<uint16_t> valuesOf(unsigned number) {
   std::vector<uint16_t> values(number % 16 == 0 ? ovk_MaxRegistersPerArea : 10);
   for (std::size_t i = 0; i < values.size(); ++i) values[i] = static_cast<uint16_t>(number * 31 + i);
   return values;
 }
 
-void enter(int reader, Type type, const std::function<unsigned()>& send) {
+// The reference is the message's number; in a response that of the request follows.
+void enter(int reader, Type type, const std::function<unsigned(const std::string&)>& send) {
+  Sequence& sequence = ledger.sequences[self][reader][type % 2];
   Account& account = ledger.accounts[self][reader][type];
-  ++account.tried;
-  const unsigned status = send();
+  const unsigned status = send(std::to_string(++sequence.newest));
   ++(status == ovk_Status_Done ? account.written : account.refused);
+  if (status == ovk_Status_Done) return;
+  --sequence.newest;
   // A queue may be full, and a participant that was killed unknown until it is back.
-  if (status != ovk_Status_Done && (ledger.phase == askingEach || (kills == 0 && status != ovk_Status_NotWritten)))
-    ++ledger.wrong;
+  if (ledger.phase == askingEach || (kills == 0 && status != ovk_Status_NotWritten)) ++ledger.wronglyRefused;
 }
 
+// The number of the request that the message is, or answers.
 template <typename Record>
 unsigned arrived(Type type, const Record& record) {
   const int writer = participantOf(record.srcFid);
-  const auto number = static_cast<unsigned>(std::stoul(record.refId));
+  const std::string refId = record.refId;
+  const auto number = static_cast<unsigned>(std::stoul(refId));
+  Sequence& sequence = ledger.sequences[writer][self][type % 2];
   ++ledger.accounts[writer][self][type].delivered;
-  if (ledger.last[writer][self][type % 2].exchange(number) >= number) ++ledger.wrong;
-  return number;
+  const unsigned before = sequence.last.exchange(number);
+  if (number <= before) ++ledger.disordered;
+  if (number > before + 1 && number - 1 > sequence.excused) ++ledger.lost;
+  return sequence.request = static_cast<unsigned>(std::stoul(refId.substr(refId.find('/') + 1)));
 }
 
 void compare(unsigned number, const uint16_t* values, int count) {
-  if (std::vector<uint16_t>(values, values + count) != valuesOf(number)) ++ledger.wrong;
+  if (std::vector<uint16_t>(values, values + count) != valuesOf(number)) ++ledger.altered;
 }
 
 void onReadRequest(const ovk_RegisterReadReqCallbackData_t& record) {
   const std::vector<uint16_t> values = valuesOf(arrived(readRequest, record));
-  enter(participantOf(record.srcFid), readResponse, [&] {
-    return ovk_serveReadRegisters(record.srcFid, record.dstFid, record.refId, 0, values.data(), record.numberRegisters1,
-                                  0, nullptr, 0, true, nullptr);
+  enter(participantOf(record.srcFid), readResponse, [&](const std::string& number) {
+    const std::string refId = number + '/' + record.refId;
+    return ovk_serveReadRegisters(record.srcFid, record.dstFid, refId.c_str(), 0, values.data(),
+                                  record.numberRegisters1, 0, nullptr, 0, true, nullptr);
   });
 }
 
@@ -91,8 +111,10 @@ void onReadResponse(const ovk_RegisterReadRspCallbackData_t& record) {
 
 void onWriteRequest(const ovk_RegisterWriteReqCallbackData_t& record) {
   compare(arrived(writeRequest, record), record.pStartRegister1, record.numberRegisters1);
-  enter(participantOf(record.srcFid), writeResponse,
-        [&] { return ovk_serveWriteRegisters(record.srcFid, record.dstFid, record.refId, true, nullptr); });
+  enter(participantOf(record.srcFid), writeResponse, [&](const std::string& number) {
+    const std::string refId = number + '/' + record.refId;
+    return ovk_serveWriteRegisters(record.srcFid, record.dstFid, refId.c_str(), true, nullptr);
+  });
 }
 
 void onWriteResponse(const ovk_RegisterWriteRspCallbackData_t& record) { arrived(writeResponse, record); }
@@ -108,11 +130,10 @@ void add(ovk_Service_t service) {
 }
 
 void ask(int reader) {
-  const unsigned number = ++ledger.asked[self][reader];
-  const std::string refId = std::to_string(number);
+  const unsigned number = ledger.sequences[self][reader][0].newest + 1;
   const std::vector<uint16_t> values = valuesOf(number);
   const auto count = static_cast<int>(values.size());
-  enter(reader, number % 2 == 0 ? readRequest : writeRequest, [&] {
+  enter(reader, number % 2 == 0 ? readRequest : writeRequest, [&](const std::string& refId) {
     return number % 2 == 0
                ? ovk_ReadRegisters(fidOf(reader).c_str(), refId.c_str(), 0, count, 0, 0)
                : ovk_WriteRegisters(fidOf(reader).c_str(), refId.c_str(), 0, 0, values.data(), count, 0, nullptr, 0);
@@ -128,6 +149,7 @@ void askAsToldTo(std::minstd_rand& random, bool& askedAll) {
   if (ledger.phase != askingEach || askedAll) return;
   for (int reader = 0; reader < participants; ++reader) ask(reader);
   askedAll = true;
+  ++ledger.askedEach;
 }
 
 void takePart(Child& child) {
@@ -155,57 +177,75 @@ protected:
     ASSERT_TRUE(processes_[participant]->await()) << fidOf(participant);
   }
   void killAtRandomTimes() {
+    std::vector<int> victims(static_cast<std::size_t>(participants));
+    std::iota(victims.begin(), victims.end(), 0);
     for (int i = 0; i < kills; ++i) {
       std::this_thread::sleep_for(seconds / kills * std::uniform_real_distribution<>()(random_));
-      const auto victim = static_cast<int>(random_() % static_cast<unsigned>(participants));
-      processes_[victim]->kill();
-      ++ledger.kills[victim];
-      launch(victim);
+      std::shuffle(victims.begin(), victims.end(), random_);
+      const auto end = victims.begin() + std::min(participants, 1 + i % 2); // every other time two
+      std::for_each(victims.begin(), end, [this](int victim) { kill(victim); });
+      std::for_each(victims.begin(), end, [this](int victim) { launch(victim); });
     }
+  }
+  void kill(int victim) {
+    processes_[victim]->kill();
+    for (int other = 0; other < participants; ++other)
+      for (Sequence* sequences : {ledger.sequences[victim][other], ledger.sequences[other][victim]})
+        for (Sequence* sequence : {sequences, sequences + 1}) sequence->excused = sequence->newest.load();
   }
   std::minstd_rand random_{static_cast<unsigned>(::getpid())};
   std::map<int, std::unique_ptr<Child>> processes_;
 };
 
-void forEachAccount(const std::function<void(int, int, Type, Account&)>& visit) {
+void forEachPair(const std::function<void(int, int)>& visit) {
   for (int writer = 0; writer < participants; ++writer)
-    for (int reader = 0; reader < participants; ++reader)
-      for (const Type type : {readRequest, readResponse, writeRequest, writeResponse})
-        visit(writer, reader, type, ledger.accounts[writer][reader][type]);
+    for (int reader = 0; reader < participants; ++reader) visit(writer, reader);
 }
 
 unsigned delivered() {
   unsigned all = 0;
-  forEachAccount([&all](int, int, Type, const Account& account) { all += account.delivered; });
+  forEachPair([&all](int writer, int reader) {
+    for (const Account& account : ledger.accounts[writer][reader]) all += account.delivered;
+  });
   return all;
 }
 
-void waitUntilQuiet() {
-  for (unsigned before = 0; delivered() != before;) {
+// For 20 s at most.
+void waitUntilQuiet(int askedEach) {
+  const auto latest = Clock::now() + std::chrono::seconds(20);
+  for (unsigned before = 0; (delivered() != before || ledger.askedEach < askedEach) && Clock::now() < latest;) {
     before = delivered();
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
   }
 }
 
-void checkAccounts() {
-  EXPECT_EQ(0U, ledger.wrong);
-  forEachAccount([](int writer, int reader, Type type, const Account& account) {
-    SCOPED_TRACE(fidOf(writer) + " to " + fidOf(reader) + ", type " + std::to_string(type));
-    EXPECT_LE(account.written + account.refused, account.tried);
-    EXPECT_GE(account.written + account.refused + ledger.kills[writer], account.tried);
-    EXPECT_LE(account.delivered, account.tried - account.refused);
-    EXPECT_TRUE(account.delivered >= account.written || ledger.kills[reader] > 0);
+// When each has asked each once more, and nothing is under way.
+void checkSequences() {
+  EXPECT_EQ(0U, ledger.lost);
+  EXPECT_EQ(0U, ledger.disordered);
+  EXPECT_EQ(0U, ledger.altered);
+  EXPECT_EQ(0U, ledger.wronglyRefused);
+  EXPECT_EQ(participants, ledger.askedEach);
+  forEachPair([](int asker, int server) {
+    SCOPED_TRACE(fidOf(asker) + " asked " + fidOf(server));
+    const Sequence& requests = ledger.sequences[asker][server][0];
+    const Sequence& responses = ledger.sequences[server][asker][1];
+    EXPECT_EQ(requests.newest, requests.last);
+    EXPECT_EQ(responses.newest, responses.last);
+    EXPECT_EQ(requests.newest, responses.request);
   });
 }
 
 void checkCounters(int participant) {
   constexpr int numbers[typeCount][3] = {{0, 0, 47}, {49, 50, 51}, {69, 70, 71}, {0, 0, 75}};
   std::map<int, unsigned> expected;
-  forEachAccount([&](int writer, int reader, Type type, const Account& account) {
-    if (writer == participant) expected[numbers[type][0]] += account.written;
-    if (writer == participant) expected[numbers[type][1]] += account.refused;
-    if (reader == participant) expected[numbers[type][2]] += account.delivered;
-  });
+  for (int other = 0; other < participants; ++other) {
+    for (int type = 0; type < typeCount; ++type) {
+      expected[numbers[type][0]] += ledger.accounts[participant][other][type].written;
+      expected[numbers[type][1]] += ledger.accounts[participant][other][type].refused;
+      expected[numbers[type][2]] += ledger.accounts[other][participant][type].delivered;
+    }
+  }
   expected[0] = 0;
   std::vector<ovk_local_counter_t> counters;
   EXPECT_TRUE(ovk_local_read_counters(fidOf(participant).c_str(), counters));
@@ -219,14 +259,14 @@ TEST_F(Storm, EveryMessageIsAccountedFor) {
     new (&ledger) Ledger();
     for (int participant = 0; participant < participants; ++participant) launch(participant);
     ledger.phase = askingAtRandom;
-    const auto end = std::chrono::steady_clock::now() + seconds;
+    const auto end = Clock::now() + seconds;
     killAtRandomTimes();
     std::this_thread::sleep_until(end);
     ledger.phase = answering;
-    waitUntilQuiet();
-    ledger.phase = askingEach; // also those who were killed must be reached again
-    waitUntilQuiet();
-    checkAccounts();
+    waitUntilQuiet(0);
+    ledger.phase = askingEach; // also those who were killed must be reached again, and answer
+    waitUntilQuiet(participants);
+    checkSequences();
     for (int participant = 0; kills == 0 && participant < participants; ++participant) checkCounters(participant);
     for (const auto& process : processes_) EXPECT_EQ(0, process.second->finish());
     EXPECT_EQ(0, files());
