@@ -1,11 +1,12 @@
 // Participants ask one another at random, as fast as they can, and some are killed, two at once at times, and start
 // again. Every message is accounted for: what was written is delivered once and in order, what was refused is not, and
-// only what was written before its reader died is lost. In the end all reach one another.
+// only what was written before its reader died is lost. In the end all reach one another, and nobody's memory has grown.
 //
 //     storm [PARTICIPANTS [SECONDS [ROUNDS [KILLS]]]]      SECONDS and KILLS of each round
 
 #include <algorithm>
 #include <atomic>
+#include <malloc.h>
 #include <map>
 #include <numeric>
 #include <poll.h>
@@ -21,6 +22,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr int mostParticipants = 32;
+constexpr std::size_t mostGrowth = 65536; // bytes of each participant's heap, after a fifth of the time
 int participants = 6;
 std::chrono::duration<double> seconds(0.3);
 int rounds = 3;
@@ -152,6 +154,11 @@ void askAsToldTo(std::minstd_rand& random, bool& askedAll) {
   ++ledger.askedEach;
 }
 
+std::size_t heapInUse() {
+  const auto heap = ::mallinfo2();
+  return heap.uordblks + heap.hblkhd;
+}
+
 void takePart(Child& child) {
   ovk_Init(true, fidOf(self).c_str(), nullptr, nullptr, nullptr);
   add<ovk_RegisterReadReqCallbackData_t, onReadRequest>(ovk_Service_RegisterReadServer);
@@ -161,11 +168,15 @@ void takePart(Child& child) {
   child.signal();
   std::minstd_rand random(static_cast<unsigned>(::getpid()));
   bool askedAll = false;
+  const auto warm = Clock::now() + seconds / 5;
+  std::size_t heap = 0;
   pollfd waiting[] = {{ovk_local_wait_descriptor(), POLLIN, 0}, {child.link(), POLLIN, 0}};
   while (::poll(waiting, 2, ledger.phase == askingAtRandom ? 0 : 10) >= 0 && waiting[1].revents == 0) {
     if (waiting[0].revents != 0) ovk_DoWork(nullptr, nullptr, nullptr);
     askAsToldTo(random, askedAll);
+    if (heap == 0 || Clock::now() < warm) heap = heapInUse();
   }
+  EXPECT_LE(heapInUse(), heap + mostGrowth) << fidOf(self);
   ovk_QMXBusShutdown();
 }
 
