@@ -72,6 +72,12 @@ for thing in fifo folder; do
   instead $thing topology.json check 1 "topology.json ignored: not a file" topology add $pump $new pipe
 done
 
+# Too few descriptors: the list is whole, or said not to be.
+for limit in {5..9}; do
+  (ulimit -n "$limit" && timeout 30 "$ovk_tool" --bus "$bus" topology >"$work/out" 2>"$work/err") &&
+    [ ! -s "$work/err" ] && ! grep -q "^$pump " "$work/out" && complain "with $limit descriptors nobody was listed"
+done
+
 # listed IDENTIFIERS : whether the lists that are made all the time hold just these by now.
 listed() { [ "$(tail -n 2 "$work/lists" | sort -u | paste -sd' ')" = "$1" ]; }
 
