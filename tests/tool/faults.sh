@@ -136,6 +136,17 @@ else
   skipped+=", a read-only directory"
 fi
 
+# Locked by somebody who hangs: an edit gives up.
+(flock 9 && exec sleep 30) 9<"$bus" &
+locker=$!
+is_locked() { ! flock -n "$bus" true; }
+await is_locked
+check 1 "another process has kept it locked for 5 s" topology add $pump $new
+kill $locker
+wait $locker 2>/dev/null
+check 0 added topology add $pump $new
+check 0 removed topology remove $pump $new
+
 # Moved away and brought back, with requests in between.
 mv "$bus" "$work/away"
 check 4 "$pump is not on the bus in $bus .known: nobody." read $pump 100
