@@ -64,7 +64,7 @@ bool isLegal(const WriteReq& r) {
   return r.startRegister1 >= 0 && r.numberRegisters1 >= 1 && (r.sendNotification == 0 || r.sendNotification == 1);
 }
 
-// Nothing is behind an area's count, and in one without a count nothing is specified.
+// Nothing is behind an area's count, and in one without a count nothing is promised.
 template <typename Record>
 void clearUnused(Record& r) {
   std::fill(r.pStartRegister1 + std::max(r.numberRegisters1, 0), r.pStartRegister1 + 1024, uint16_t{0});

@@ -38,7 +38,7 @@ void processOne(const char* message, int length) {
   try {
     result = processReceivedMessage(message, static_cast<unsigned>(length));
   } catch (const std::bad_alloc&) {
-    OVK_TRACE_AS(loop, traceError, "no memory to process Msg %s\n", message);
+    OVK_TRACE_AS(loop, traceError, "processing ended by std::bad_alloc, Msg %s\n", message);
     throw;
   }
   if (result >= 0) return;

@@ -1,5 +1,6 @@
 #include <chrono>
 #include <fcntl.h>
+#include <thread>
 
 #include "local_bus.h"
 
@@ -94,6 +95,32 @@ TEST_F(TopologyService, StaysAsItWasWhileDescriptorsAreShort) {
   EXPECT_EQ(trace_.find("no topology"), trace_.rfind("no topology")) << "said once: " << trace_;
   traced("no topology, bus directory cannot be read now: Too many open files");
   EXPECT_EQ(known, topology());
+}
+
+// Whatever memory is missing in a look, the next one finds all.
+TEST_F(TopologyService, StaysWholeWithoutMemory) {
+  const auto rewrite = [this](const char* text) {
+    writeTopology(text);
+    std::ofstream(path("probe")) << ""; // which makes a look due
+    std::filesystem::remove(path("probe"));
+  };
+  const char* const text =
+      R"({"controllers":[{"fid":"@D","sensors":[{"fid":"@E"}]}],"static":[{"parent":"@B","fid":"@F"}]})";
+  const Participant other(fidB);
+  start(fidA);
+  rewrite(text);
+  const std::string known = topology();
+  std::vector<orvane_parent> found;
+  for (auto [n, ending] = std::pair(0, fake::Ending::failed); ending != fake::Ending::complete; ++n) {
+    rewrite("{}");
+    EXPECT_NE(known, topology());
+    rewrite(text);
+    std::this_thread::sleep_for(std::chrono::milliseconds(25)); // file times settle, so that a look may be trusted
+    ending = fake::runWithout(n, [&] { Topology().get_topology(found); });
+    EXPECT_EQ(known, topology()) << n;
+    for (const int fid : {0, 1, 3, 4, 5}) EXPECT_NE(0, Topology().is_orvane_member(fids[fid])) << n;
+    EXPECT_TRUE(Topology().get_static_members(found, "") && found.size() == 1) << n;
+  }
 }
 
 TEST_F(TopologyService, TellsOfChanges) {

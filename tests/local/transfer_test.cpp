@@ -8,6 +8,8 @@
 
 namespace {
 
+using fake::Ending;
+using fake::runWithout;
 using ovk::local::FileDescriptor;
 
 class Transfer : public LocalBus {
@@ -167,40 +169,39 @@ TEST_F(Transfer, StrangersCostOnlyTheirOwnMessages) {
 // Whatever memory is missing: nothing is kept of a channel that was not opened, and what was written, and only that, is
 // received once.
 TEST_F(Transfer, WithoutMemory) {
-  constexpr int most = 200;
   static char buffer[16384];
-  const auto read = [] { readTransferChannel(2, buffer, sizeof buffer); };
   const std::string message = messageTo(fidA, "x");
+  Ending ending = Ending::failed;
   start(fidE);
   ASSERT_TRUE(ovk_local_start_watching());
   const auto before = files();
   for (const auto& [index, role] : {std::pair(0, 1), std::pair(2, 2)}) {
-    bool failed = true;
-    for (int n = 0; failed && n < most; ++n) {
+    ending = Ending::failed;
+    for (int n = 0; ending != Ending::complete; ++n) {
       closeChannels();
       start(fidA);
-      failed = fake::failsWithout(n, [index = index, role = role] { createTransferChannel(index, role); });
-      EXPECT_EQ(files() == before, failed) << "channel " << index << ", operator new " << n;
+      ending = runWithout(n, [index = index, role = role] { createTransferChannel(index, role); });
+      EXPECT_EQ(files() == before, ending == Ending::failed) << "channel " << index << ", operator new " << n;
     }
-    EXPECT_FALSE(failed);
   }
   for (const bool connected : {false, true}) {
-    bool failed = true;
-    for (int n = 0; failed && n < most; ++n) {
+    const auto prepare = [&] {
       takePart(fidA);
       EXPECT_TRUE(!connected || (send(0, message) == 0 && receive(2) == message));
-      failed = fake::failsWithout(n, [&] { send(0, message); });
-      EXPECT_EQ(failed ? "" : message, receive(2)) << "sent, operator new " << n;
+    };
+    ending = Ending::failed;
+    for (int n = 0; ending != Ending::complete; ++n) {
+      prepare();
+      ending = runWithout(n, [&] { send(0, message); });
+      EXPECT_EQ(ending == Ending::failed ? "" : message, receive(2)) << "sent, operator new " << n;
     }
-    failed = true;
-    for (int n = 0; failed && n < most; ++n) {
-      takePart(fidA);
-      EXPECT_TRUE(!connected || (send(0, message) == 0 && receive(2) == message));
+    ending = Ending::failed;
+    for (int n = 0; ending != Ending::complete; ++n) {
+      prepare();
       EXPECT_EQ(0, send(0, message));
-      failed = fake::failsWithout(n, read);
-      EXPECT_EQ(failed ? message : "", receive(2)) << "received, operator new " << n;
+      ending = runWithout(n, [] { readTransferChannel(2, buffer, sizeof buffer); });
+      EXPECT_EQ(ending == Ending::failed ? message : "", receive(2)) << "received, operator new " << n;
     }
-    EXPECT_FALSE(failed);
   }
   ovk_local_stop_watching();
 }

@@ -20,16 +20,16 @@ void failNewAfter(int blocks) { newsLeft = blocks; }
 Undisturbed::Undisturbed() { std::swap(newsLeft, left_); }
 Undisturbed::~Undisturbed() { std::swap(newsLeft, left_); }
 
-bool failsWithout(int blocks, const std::function<void()>& step) {
-  bool failed = false;
+Ending runWithout(int blocks, const std::function<void()>& step) {
   failNewAfter(blocks);
+  Ending ending = Ending::failed;
   try {
     step();
-  } catch (const std::bad_alloc&) {
-    failed = true;
+    ending = newsLeft < 0 ? Ending::coped : Ending::complete;
+  } catch (const std::bad_alloc&) { // as it may
   }
   failNewAfter(-1);
-  return failed;
+  return ending;
 }
 
 } // namespace fake

@@ -22,7 +22,14 @@ private:
   int left_ = -1;
 };
 
-/// Whether the step ends by std::bad_alloc when operator new fails once, after that many blocks.
-bool failsWithout(int blocks, const std::function<void()>& step);
+/// How a step ends without memory.
+enum class Ending {
+  complete, ///< it did not need as much
+  coped,    ///< it went on without
+  failed    ///< by std::bad_alloc
+};
+
+/// Runs a step in which operator new fails once, after that many blocks.
+Ending runWithout(int blocks, const std::function<void()>& step);
 
 } // namespace fake

@@ -11,8 +11,8 @@ own_mounts=${3-}
 work=$(mktemp -d)
 bus=$work/bus
 . "$(dirname "$0")/await.sh"
-trap 'kill $sim $reader $lister 2>/dev/null; umount "$work/disk" "$work/bus" 2>/dev/null; chmod -R u+w "$work"; rm -rf "$work"' EXIT
-reader='' lister='' skipped=''
+trap 'kill $sim $reader $lister $locker 2>/dev/null; umount "$work/disk" "$work/bus" 2>/dev/null; chmod -R u+w "$work"; rm -rf "$work"' EXIT
+reader='' lister='' locker='' skipped=''
 failures=0
 
 complain() {
@@ -141,7 +141,7 @@ fi
 locker=$!
 is_locked() { ! flock -n "$bus" true; }
 await is_locked
-check 1 "another process has kept it locked for 5 s" topology add $pump $new
+check 1 "other processes have kept it locked for 5 s" topology add $pump $new
 kill $locker
 wait $locker 2>/dev/null
 check 0 added topology add $pump $new

@@ -69,11 +69,14 @@ std::string withoutEndSlashes(std::string path) {
 
 std::optional<std::vector<std::string>> BusDirectory::names() const {
   // A descriptor of its own: the place where reading stopped is the open file's.
-  const int copy = ::openat(descriptor_.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  const std::unique_ptr<DIR, int (*)(DIR*)> entries(copy < 0 ? nullptr : ::fdopendir(copy), ::closedir);
+  FileDescriptor copy(::openat(descriptor_.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const std::unique_ptr<DIR, int (*)(DIR*)> entries(copy ? ::fdopendir(copy.get()) : nullptr, ::closedir);
   if (!entries) return std::nullopt;
+  copy.release(); // closedir() closes it
   std::vector<std::string> found;
+  errno = 0;
   while (const dirent* entry = ::readdir(entries.get())) found.emplace_back(entry->d_name);
+  if (errno != 0) return std::nullopt;
   return found;
 }
 

@@ -100,17 +100,18 @@ bool BusView::refresh() {
   }
   const Stamp stamp = Stamp::of(look.seen);
   if (isFresh(stamp)) return true;
+  const Clock::time_point now = Clock::now();
+  directoryStamp_ = Stamp(); // until all is done, which may fail
   std::optional<BusFiles> files = lookThrough(*look.directory);
-  if (!files) {
+  if (!files || !readFile(*look.directory)) {
     report("cannot be read now: " + errorText(errno));
     if (own_ != ownFid()) build({});
     return false;
   }
   refusal_.clear();
-  directoryStamp_ = stamp;
-  lookedAt_ = Clock::now();
-  readFile(*look.directory);
   build(*std::move(files));
+  directoryStamp_ = stamp;
+  lookedAt_ = now;
   return true;
 }
 
@@ -131,21 +132,25 @@ void BusView::refuse(const std::string& refusal) {
   build({});
 }
 
-// A fault is reported once, not at every look.
-void BusView::readFile(const BusDirectory& directory) {
+// A fault is reported once, not at every look. False, and errno says why, when the file cannot be read now.
+bool BusView::readFile(const BusDirectory& directory) {
   struct stat seen {};
   ::fstatat(directory.descriptor(), topologyFileName.data(), &seen, 0); // a missing file is a stamp, too
   const Stamp stamp = Stamp::of(seen);
-  if (fileStamp_.isStill(stamp)) return;
+  if (fileStamp_.isStill(stamp)) return true;
+  TopologyConfig config;
   std::string fault;
-  const bool good = readTopologyFile(directory, config_, fault);
-  fileStamp_ = good ? stamp : Stamp(); // what could not be read now may be so later
-  if (!good) {
-    config_ = TopologyConfig();
+  errno = 0;
+  if (!readTopologyFile(directory, config, fault)) {
+    if (isShortage(errno)) return false;
+    config = TopologyConfig();
     if (fault != fault_)
       OVK_LOCAL_TRACE(traceError, "%s ignored: %s\n", directory.pathOf(topologyFileName).c_str(), fault.c_str());
   }
-  fault_ = fault;
+  config_ = std::move(config);
+  fault_ = std::move(fault);
+  fileStamp_ = stamp;
+  return true;
 }
 
 void BusView::build(BusFiles files) {
@@ -181,13 +186,14 @@ void BusView::enterConfigured(std::map<std::string, orvane_parent>& found) const
 
 void BusView::adopt(std::vector<orvane_parent> found) {
   if (std::equal(found.begin(), found.end(), controllers_.begin(), controllers_.end(), isEqual)) return;
-  ++generation_;
-  controllers_ = std::move(found);
-  parents_.clear();
+  std::map<std::string, std::string> parents;
   // A controller is reached at itself, even where the file calls it a sensor of another.
-  for (const orvane_parent& controller : controllers_) parents_.emplace(controller.attr1, controller.attr1);
-  for (const orvane_parent& controller : controllers_)
-    for (const ovk_topology_sensor_t& member : controller.members) parents_.emplace(member.attr1, controller.attr1);
+  for (const orvane_parent& controller : found) parents.emplace(controller.attr1, controller.attr1);
+  for (const orvane_parent& controller : found)
+    for (const ovk_topology_sensor_t& member : controller.members) parents.emplace(member.attr1, controller.attr1);
+  controllers_ = std::move(found);
+  parents_ = std::move(parents);
+  ++generation_;
 }
 
 bool BusView::staticMembers(const std::string& selector, std::vector<orvane_parent>& parents) const {

@@ -55,7 +55,7 @@ private:
   bool isFresh(const Stamp& directory) const;
   void report(const std::string& refusal);
   void refuse(const std::string& refusal);
-  void readFile(const BusDirectory& directory);
+  bool readFile(const BusDirectory& directory);
   void build(BusFiles files);
   void enterConfigured(std::map<std::string, orvane_parent>& found) const;
   void adopt(std::vector<orvane_parent> found);

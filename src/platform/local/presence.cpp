@@ -46,7 +46,9 @@ std::optional<FileLock> join(const BusDirectoryPtr& directory, const std::string
     return lock;
   }
   removeSockets(*directory, fid, channelsRead);
-  for (const std::string& name : directory->names().value_or(std::vector<std::string>())) sweepFile(directory, name);
+  const std::optional<std::vector<std::string>> names = directory->names();
+  if (!names) OVK_LOCAL_TRACE(traceError, "what others left is not looked for: %s\n", errorText(errno).c_str());
+  for (const std::string& name : names.value_or(std::vector<std::string>())) sweepFile(directory, name);
   OVK_LOCAL_TRACE(traceProgress, "joined the bus in %s as %s\n", directory->path().c_str(), fid.c_str());
   return lock;
 }

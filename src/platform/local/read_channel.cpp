@@ -66,8 +66,10 @@ ReadChannel::ReadChannel(BusDirectoryPtr directory, std::string socketName)
 ReadChannel::~ReadChannel() {
   // A forked child shares socket and wait descriptor with its parent, who goes on using them.
   if (::getpid() != owner_) return;
+  const int error = errno; // of an opening that failed
   unwatch(events_.get());
   directory_->remove(socketName_);
+  errno = error;
 }
 
 int ReadChannel::read(void* buffer, unsigned size) {

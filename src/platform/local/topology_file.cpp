@@ -68,18 +68,38 @@ std::string replaceFile(const BusDirectory& directory, const std::string& text) 
   return {};
 }
 
-// Empty when the lock is held. Edits take milliseconds, so the lock is asked for again and again: whoever waited for it in
-// the kernel would hang with a holder that hangs.
-std::string lockForEdit(int directory) {
-  constexpr auto longest = std::chrono::seconds(5);
-  const auto end = std::chrono::steady_clock::now() + longest;
-  while (::flock(directory, LOCK_EX | LOCK_NB) != 0) {
-    if (errno != EWOULDBLOCK && errno != EINTR) return failure("cannot lock");
-    if (std::chrono::steady_clock::now() > end) return "another process has kept it locked for 5 s";
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+// The lock of an edit. Edits take milliseconds, so it is asked for again and again: whoever waited for it in the kernel would
+// hang with a holder that hangs. Who gives it back pauses for two such times, so that each of the others finds it free.
+class EditLock {
+public:
+  explicit EditLock(const BusDirectory& directory)
+      // A descriptor of its own, since the lock is the open file's.
+      : file_(::openat(directory.descriptor(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {}
+  EditLock(const EditLock&) = delete;
+  EditLock& operator=(const EditLock&) = delete;
+  ~EditLock() {
+    if (!held_) return;
+    file_ = FileDescriptor();
+    std::this_thread::sleep_for(2 * interval);
   }
-  return {};
-}
+
+  // Empty when it is held now.
+  std::string take() {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (::flock(file_.get(), LOCK_EX | LOCK_NB) != 0) {
+      if (errno != EWOULDBLOCK && errno != EINTR) return failure("cannot lock");
+      if (std::chrono::steady_clock::now() > end) return "other processes have kept it locked for 5 s";
+      std::this_thread::sleep_for(interval);
+    }
+    held_ = true;
+    return {};
+  }
+
+private:
+  static constexpr auto interval = std::chrono::milliseconds(1);
+  FileDescriptor file_;
+  bool held_ = false;
+};
 
 } // namespace
 
@@ -103,9 +123,8 @@ bool readTopologyFile(const BusDirectory& directory, TopologyConfig& config, std
 }
 
 std::string editTopologyFile(const BusDirectory& directory, const TopologyChange& change) {
-  // A descriptor of its own, since the lock is the open file's.
-  const FileDescriptor lock(::openat(directory.descriptor(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  std::string fault = lock ? lockForEdit(lock.get()) : failure("cannot lock");
+  EditLock lock(directory);
+  std::string fault = lock.take();
   if (!fault.empty()) return fault;
   TopologyConfig config;
   if (!readTopologyFile(directory, config, fault)) return fault;
