@@ -53,12 +53,13 @@
 /// quotes. Who joins, leaves or edits is seen at the next call; a process killed, or a file written in place, within a
 /// second. ovk_DoWork() then hands the new list to the third topology callback; it never calls the first two.
 ///
-/// The static device functions take the controller, the device and, in the first form, its name; without a name, a known
-/// device keeps its own. They return 1 when the change is on the disk; otherwise 0, with a level 2 trace line that says
-/// why: a text that cannot stand in the file, an identifier that occurs in it already, nothing to delete, or a file with
-/// a fault, which is left alone. Several processes may edit at once; one that another keeps from it for 5 s gives up. While
-/// there are no descriptors to look at the directory, the list cannot be had, and what was known counts. The selector of the static list is a controller's
-/// identifier, or empty for all; only controllers with static devices are listed.
+/// The static device functions take the controller, the device and, in the first form, its name; without a name, a
+/// known device keeps its own. They return 1 when the change is on the disk; otherwise 0, with a level 2 trace line
+/// that says why: a text that cannot stand in the file, an identifier that occurs in it already, nothing to delete, or
+/// a file with a fault, which is left alone. Several processes may edit at once; one that another keeps from it for 5 s
+/// gives up. While there are no descriptors to look at the directory, the list cannot be had, and what was known
+/// counts. The selector of the static list is a controller's identifier, or empty for all; only controllers with static
+/// devices are listed.
 ///
 /// The two bus statistics are the messages that this process's channels delivered, and those that they received.
 

@@ -15,8 +15,8 @@
 /// 5. Records are lent. What a callback gets is gone when it returns: copy.
 /// 6. Callbacks may call every function here, ovk_DoWork() included. An exception that leaves a callback reaches the
 ///    caller of ovk_DoWork(); the record is released first and unread messages stay queued. Any function may throw
-///    std::bad_alloc: a request or answer was not written then, a registration is as it was before (its channels may be open), and a message that
-///    ovk_DoWork() was about to deliver is dropped and traced, the others stay queued.
+///    std::bad_alloc: a request or answer was not written then, a registration is as it was before (its channels may be
+///    open), and a message that ovk_DoWork() was about to deliver is dropped and traced, the others stay queued.
 /// 7. Texts are UTF-8 or any other bytes and are copied during the call, or used only during it, but for the two user
 ///    texts of a registration. They go into messages as they are and come out as they went in: nothing is escaped or
 ///    unescaped, so a '"' or '\' spoils the message. A null text where one is needed gives status 2.

@@ -2,8 +2,6 @@
 //
 // None of them remembers whether it was called before; the platform services decide what a repeated call means.
 
-#include <exception>
-
 #include "core/catalogue.h"
 #include "core/identifiers.h"
 #include "core/receive_loop.h"
@@ -39,22 +37,6 @@ unsigned openChannels(const char* function, OrvaneServiceRegistration_t& registr
   return ovk_Status_Done;
 }
 
-// Takes a registration back when there is no memory to finish it.
-class Registering {
-public:
-  explicit Registering(OrvaneServiceRegistration_t& registration) : registration_(registration) {}
-  Registering(const Registering&) = delete;
-  Registering& operator=(const Registering&) = delete;
-  ~Registering() {
-    if (std::uncaught_exceptions() > exceptions_) registration_ = before_;
-  }
-
-private:
-  OrvaneServiceRegistration_t& registration_;
-  OrvaneServiceRegistration_t before_ = registration_;
-  int exceptions_ = std::uncaught_exceptions();
-};
-
 } // namespace
 
 unsigned ovk_Init(bool busEnabled, const char* myFid, p_TopologyCallback1 callback1, p_TopologyCallback2 callback2,
@@ -83,13 +65,19 @@ unsigned ovk_RegisterForService(ovk_Service_t service, void* p_ServiceCallback, 
     OVK_TRACE(traceError, "Invalid service requested: %d\n", service);
     return ovk_Status_Invalid;
   }
-  const Registering registering(*registration);
+  const OrvaneServiceRegistration_t before = *registration;
   registration->service = service;
   registration->p_ServiceCallback = p_ServiceCallback;
   registration->p_UserContext = p_UserContext;
   registration->p_UserString1 = p_UserString1;
   registration->p_UserString2 = p_UserString2;
-  return ovk::isBusEnabled() ? openChannels(__func__, *registration) : ovk_Status_Done;
+  if (!ovk::isBusEnabled()) return ovk_Status_Done;
+  try {
+    return openChannels(__func__, *registration);
+  } catch (...) { // no memory to finish it
+    *registration = before;
+    throw;
+  }
 }
 
 void ovk_DoWork(p_TopologyCallback1 callback1, p_TopologyCallback2 callback2, p_TopologyCallback3 callback3) {

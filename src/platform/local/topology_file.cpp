@@ -85,6 +85,7 @@ public:
 
   // Empty when it is held now.
   std::string take() {
+    if (!file_) return failure("cannot lock");
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
     while (::flock(file_.get(), LOCK_EX | LOCK_NB) != 0) {
       if (errno != EWOULDBLOCK && errno != EINTR) return failure("cannot lock");
