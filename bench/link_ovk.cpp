@@ -14,6 +14,7 @@
 #include "ovk/ovk.h"
 #include "processes.h"
 #include "register/register_payload.h"
+#include "support/temporary_directory.h"
 #include "texts.h"
 
 namespace bench {

@@ -5,6 +5,7 @@
 
 #include "links.h"
 #include "processes.h"
+#include "support/temporary_directory.h"
 #include "texts.h"
 
 namespace {
@@ -40,7 +41,7 @@ public:
 private:
   std::string endpoint() const { return "ipc://" + directory_.path() + "/zeromq"; }
 
-  bench::TemporaryDirectory directory_;
+  TemporaryDirectory directory_;
   bench::ServerProcess server_;
   zmq::context_t context_;
   zmq::socket_t socket_;

@@ -1,14 +1,13 @@
 #pragma once
 
 #include <csignal>
-#include <filesystem>
 #include <sched.h>
 #include <string>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-// What round trips need besides a link: a server process, a place for sockets, a processor for each side.
+// What round trips need besides a link: a server process, a processor for each side.
 
 namespace bench {
 
@@ -42,24 +41,6 @@ inline void stayOn(int processor) {
   CPU_SET(processor, &only);
   ::sched_setaffinity(0, sizeof only, &only);
 }
-
-/// A directory of its own, gone with its owner.
-class TemporaryDirectory {
-public:
-  TemporaryDirectory() : path_((std::filesystem::temp_directory_path() / "ovk-bench-XXXXXX").string()) {
-    if (::mkdtemp(path_.data()) == nullptr) path_.clear();
-  }
-  TemporaryDirectory(const TemporaryDirectory&) = delete;
-  TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
-  ~TemporaryDirectory() {
-    std::error_code ignored;
-    if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
-  }
-  const std::string& path() const { return path_; }
-
-private:
-  std::string path_;
-};
 
 /// A forked process that ends with its owner. `serve(ready)` calls ready(word) when it can be asked, and goes on to
 /// answer.

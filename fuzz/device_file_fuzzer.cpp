@@ -2,14 +2,13 @@
 // the file says: its registers are read and written, its tags read, and what it says fits a message.
 
 #include <algorithm>
-#include <filesystem>
 #include <fstream>
 #include <optional>
-#include <unistd.h>
 
 #include "check.h"
 #include "device_file.h"
 #include "failure.h"
+#include "support/temporary_directory.h"
 
 namespace {
 
@@ -17,30 +16,6 @@ using fuzz::check;
 using tool::Device;
 using tool::DeviceDescription;
 using tool::RegisterBlock;
-
-class File {
-public:
-  File() : name_((std::filesystem::temp_directory_path() / "ovk-fuzz-XXXXXX").string()) {
-    const int file = ::mkstemp(name_.data());
-    check(file >= 0, "a file can be made");
-    ::close(file);
-  }
-  File(const File&) = delete;
-  File& operator=(const File&) = delete;
-  ~File() {
-    std::error_code ignored;
-    std::filesystem::remove(name_, ignored);
-  }
-
-  const std::string& name() const { return name_; }
-  void write(const uint8_t* data, size_t size) const {
-    std::ofstream(name_, std::ios::binary)
-        .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
-  }
-
-private:
-  std::string name_;
-};
 
 bool hasControlCharacter(const std::string& text) {
   return std::any_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; });
@@ -119,9 +94,10 @@ void useInfo(const Device& device, bool hasInfo) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static const File file;
-  file.write(data, size);
-  const std::optional<DeviceDescription> description = load(file.name());
+  static const TemporaryDirectory directory;
+  const std::string file = directory.path() + "/device.json";
+  std::ofstream(file, std::ios::binary).write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
+  const std::optional<DeviceDescription> description = load(file);
   if (!description) return 0;
   check(tool::isIdentifier(description->fid) && isSendable(description->name), "a device can be named");
   Device device(*description);

@@ -17,6 +17,7 @@
 #include "platform/local/topology_text.h"
 #include "platform/topology.h"
 #include "platform/transfer_channel.h"
+#include "support/temporary_directory.h"
 
 namespace {
 
@@ -27,9 +28,7 @@ constexpr const char* ownFid = "VR001_00001_0000000000A1";
 class Bus {
 public:
   Bus() {
-    std::string directory = (std::filesystem::temp_directory_path() / "ovk-fuzz-XXXXXX").string();
-    check(::mkdtemp(directory.data()) != nullptr, "a directory can be made");
-    ovk_local_set_bus_directory(directory.c_str());
+    ovk_local_set_bus_directory(directory_.path().c_str());
     ovk_local_set_trace_threshold(-1);
     ovk_Init(true, ownFid, nullptr, nullptr, nullptr);
     const auto callback = +[](void* /*record*/, unsigned /*length*/) { return 0; };
@@ -40,11 +39,10 @@ public:
   }
   Bus(const Bus&) = delete;
   Bus& operator=(const Bus&) = delete;
-  ~Bus() {
-    ovk_QMXBusShutdown();
-    std::error_code ignored;
-    std::filesystem::remove_all(ovk_local_bus_directory(), ignored);
-  }
+  ~Bus() { ovk_QMXBusShutdown(); }
+
+private:
+  const TemporaryDirectory directory_;
 };
 
 // A file that can be read is written again unchanged in what it says.

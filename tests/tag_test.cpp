@@ -5,10 +5,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <random>
 
 #include "support/messages.h"
+#include "support/temporary_directory.h"
 #include "tag/value_conversion.h"
 
 using namespace messages;
@@ -133,19 +133,18 @@ TEST_F(Tags, FloatsAgreeWithTheStandardConversions) {
 }
 
 // Makes a locale with a decimal comma; whether it could be set.
-bool setCommaLocale(const std::filesystem::path& directory) {
+bool setCommaLocale(const std::string& directory) {
   // The test may run under emulation, localedef does not.
   const std::string order = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__ ? "--big-endian " : "--little-endian ";
-  const std::string command = "localedef -i de_DE -f UTF-8 " + order + (directory / "comma").string() + " 2>/dev/null";
+  const std::string command = "localedef -i de_DE -f UTF-8 " + order + directory + "/comma 2>/dev/null";
   if (std::system(command.c_str()) != 0) return false; // NOLINT(cert-env33-c,concurrency-mt-unsafe)
   setenv("LOCPATH", directory.c_str(), 1);             // NOLINT(concurrency-mt-unsafe)
   return std::setlocale(LC_ALL, "comma") != nullptr;   // NOLINT(concurrency-mt-unsafe)
 }
 
 TEST_F(Tags, ValuesDoNotDependOnTheLocale) {
-  std::string directory = testing::TempDir() + "comma-XXXXXX";
-  ASSERT_NE(mkdtemp(directory.data()), nullptr);
-  EXPECT_TRUE(setCommaLocale(directory)) << "localedef could not make a locale (it needs the package locales)";
+  const TemporaryDirectory directory;
+  EXPECT_TRUE(setCommaLocale(directory.path())) << "localedef could not make a locale (it needs the package locales)";
   char comma[16];
   std::snprintf(comma, sizeof comma, "%.1f", 0.5);
   TagItem_t tag{};
@@ -153,7 +152,6 @@ TEST_F(Tags, ValuesDoNotDependOnTheLocale) {
   const std::string text = ovk::tagValueText(tag);
   std::setlocale(LC_ALL, "C"); // NOLINT(concurrency-mt-unsafe)
   unsetenv("LOCPATH");         // NOLINT(concurrency-mt-unsafe)
-  std::filesystem::remove_all(directory);
   EXPECT_STREQ(comma, "0,5");
   EXPECT_EQ(text, "21.500000");
 }

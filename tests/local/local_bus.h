@@ -19,6 +19,7 @@
 #include "platform/topology.h"
 #include "platform/transfer_channel.h"
 #include "support/failing_heap.h"
+#include "support/temporary_directory.h"
 
 // A bus of its own for each test, and other processes on it.
 
@@ -180,7 +181,6 @@ struct Participant : StayingChild {
 class LocalBus : public ::testing::Test {
 protected:
   void SetUp() override {
-    ASSERT_NE(nullptr, ::mkdtemp(directory_.data()));
     ASSERT_TRUE(ovk_local_set_bus_directory(directory_.c_str()));
     const auto keep = [](const char* line, unsigned length, void* kept) {
       const fake::Undisturbed undisturbed;
@@ -191,7 +191,6 @@ protected:
   void TearDown() override {
     closeChannels();
     ovk_local_set_trace_sink(nullptr, nullptr);
-    std::filesystem::remove_all(directory_);
   }
 
   /// Expects the text in a trace line since the last question.
@@ -204,6 +203,7 @@ protected:
   std::ptrdiff_t files() const { return std::distance(std::filesystem::directory_iterator(directory_), {}); }
   void writeTopology(const std::string& text) const { std::ofstream(path("topology.json")) << withFids(text); }
 
-  std::string directory_ = ::testing::TempDir() + "ovk-XXXXXX";
+  const TemporaryDirectory place_;
+  const std::string& directory_ = place_.path();
   std::string trace_;
 };
