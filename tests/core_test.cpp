@@ -24,7 +24,7 @@ int ignore(void* /*data*/, unsigned /*length*/) { return 0; }
 void* const ignoring = reinterpret_cast<void*>(ignore);
 
 TEST_F(Core, FusionIdentifiers) {
-  EXPECT_TRUE(isValidFusionIdentifier(own.c_str()));
+  EXPECT_TRUE(isValidFusionIdentifier(own));
   EXPECT_TRUE(isValidFusionIdentifier("VR -1_   -2_-0x5........"));
   EXPECT_THAT(platform().trace, IsEmpty());
   for (const char* fid : {"VR017_00042_00A0B1C2D3E", "VR017_00042_00A0B1C2D3E4F", "vr017_00042_00A0B1C2D3E4"}) {
@@ -82,9 +82,9 @@ TEST_F(Core, InitStartsThePlatform) {
   for (const bool bus : {true, false}) {
     fake::reset();
     ovk::enableBus(!bus);
-    EXPECT_EQ(ovk_Init(bus, own.c_str(), topology1, nullptr, nullptr), 0U);
+    EXPECT_EQ(ovk_Init(bus, own, topology1, nullptr, nullptr), 0U);
     EXPECT_EQ(ovk::isBusEnabled(), bus);
-    EXPECT_THAT(platform().calls, ElementsAre("init(" + own + ", 1, 0, 0)", "createQMXBSharedMemory()"));
+    EXPECT_THAT(platform().calls, ElementsAre(joined("init(", own, ", 1, 0, 0)"), "createQMXBSharedMemory()"));
     EXPECT_EQ(platform().lines(own), "6 ovk_Init: ovk_QMXBusInit(MSG)\n6 ovk_Init: Initialising Controller Fid: MSG\n");
   }
 }

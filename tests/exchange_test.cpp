@@ -7,8 +7,8 @@ using namespace messages;
 
 namespace {
 
-const char* const d = peer.c_str();
-const char* const s = own.c_str();
+constexpr const char* d = peer;
+constexpr const char* s = own;
 const uint16_t words[] = {1, 65535};
 int tagBlock = 100;
 int resBlock = 300;

@@ -45,14 +45,14 @@ protected:
 TEST_F(Receive, HeadersHoldWhatTheMessageSays) {
   const std::string ref(40, 'r');
   onMessage = [&](void* data, const std::string&) {
-    EXPECT_EQ(header(*static_cast<ovk_CommonData_t*>(data)), peer + " " + own + " " + ref);
+    EXPECT_EQ(header(*static_cast<ovk_CommonData_t*>(data)), joined(peer, " ", own, " ", ref));
     return 0;
   };
   for (int service = 0; service < 8; ++service) EXPECT_EQ(process(replaced(good(service), "r-17", ref)), 0) << service;
   EXPECT_EQ(process(replaced(replaced(good(6), "r-17", ref), "true", R"(false,"err_reason":"no")")), 0);
   EXPECT_TRUE(traced(6, "Found 'success' with value 0 "));
-  EXPECT_TRUE(traced(6, "pCommonData->dstFid " + own + " pCommonData->srcFid " + peer + " pCommonData->refId " + ref +
-                            " pCommonData->success 0"));
+  EXPECT_TRUE(traced(6, joined("pCommonData->dstFid ", own, " pCommonData->srcFid ", peer, " pCommonData->refId ", ref,
+                               " pCommonData->success 0")));
 }
 
 TEST_F(Receive, ServicesThatAreNotRegistered) {
@@ -112,7 +112,7 @@ TEST_F(Receive, CallbacksMayCallAnything) {
     void* const any = OrvaneServices[0].p_ServiceCallback;
     platform().inbound[2].push_back(good(7));
     ovk_DoWork(nullptr, nullptr, nullptr);
-    EXPECT_EQ(ovk_serveReadRegisters(peer.c_str(), own.c_str(), "r", 1, nullptr, 0, 0, nullptr, 0, true, nullptr), 0U);
+    EXPECT_EQ(ovk_serveReadRegisters(peer, own, "r", 1, nullptr, 0, 0, nullptr, 0, true, nullptr), 0U);
     EXPECT_EQ(ovk_RegisterForService(ovk_Service_TagReadClient, any, nullptr, nullptr, nullptr), 0U);
     EXPECT_EQ(ovk_QMXBusShutdown(), 0);
     EXPECT_EQ(refId, static_cast<ovk_CommonData_t*>(data)->refId);

@@ -10,8 +10,8 @@ namespace {
 
 using Call = std::function<unsigned()>;
 
-const char* const d = peer.c_str();
-const char* const s = own.c_str();
+constexpr const char* d = peer;
+constexpr const char* s = own;
 const char* const longRef = "01234567890123456789012345678901234567890";
 const uint16_t words[] = {1, 65535, 0};
 int blocks[] = {100, 2, 3, 4, 5, 6, 7, 8, 9, 10};

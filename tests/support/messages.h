@@ -22,8 +22,8 @@ namespace messages {
 using namespace records;
 using Counters = std::map<int, int>;
 
-inline const std::string own = "VR001_00001_0000000000A1";
-inline const std::string peer = "VR002_00002_0000000000B2";
+constexpr const char* own = "VR001_00001_0000000000A1";
+constexpr const char* peer = "VR002_00002_0000000000B2";
 
 /// The text with OWN and PEER replaced by the identifiers.
 inline std::string spelledOut(std::string text) {
