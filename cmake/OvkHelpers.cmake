@@ -2,8 +2,9 @@
 function(ovk_compile target)
   target_compile_features(${target} PUBLIC cxx_std_17)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
-  # On 32-bit processors looking at a file fails otherwise when its inode number or size needs more.
-  target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64)
+  # On 32-bit processors looking at a file fails otherwise when its inode number, its size or its time (from 2038 on) needs
+  # more.
+  target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
   if(OVK_WARNINGS)
     target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
   endif()

@@ -1,5 +1,5 @@
-// What a foreign process of the same user may do to the bundled bus: any bytes as topology.json, any bytes at a channel.
-// The first byte says which.
+// What a foreign process of the same user may do to the bundled bus: any bytes as topology.json, any bytes at a channel,
+// behind which the next message is received all the same. The first byte says which.
 
 #include <cstring>
 #include <filesystem>
@@ -24,6 +24,7 @@ namespace {
 using fuzz::check;
 
 constexpr const char* ownFid = "VR001_00001_0000000000A1";
+unsigned received = 0; // records
 
 class Bus {
 public:
@@ -31,7 +32,7 @@ public:
     ovk_local_set_bus_directory(directory_.path().c_str());
     ovk_local_set_trace_threshold(-1);
     ovk_Init(true, ownFid, nullptr, nullptr, nullptr);
-    const auto callback = +[](void* /*record*/, unsigned /*length*/) { return 0; };
+    const auto callback = +[](void* /*record*/, unsigned /*length*/) { return static_cast<int>(++received); };
     for (int service = 0; service < 8; ++service) {
       ovk_RegisterForService(static_cast<ovk_Service_t>(service), reinterpret_cast<void*>(callback), nullptr, nullptr,
                              nullptr);
@@ -110,6 +111,20 @@ void throwAt(int channel, const std::string& bytes) {
   const ovk::local::FileDescriptor stranger(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
   check(::connect(stranger.get(), ovk::local::asGeneric(address), sizeof address) == 0, "the channel listens");
   ::send(stranger.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+  received = 0;
+  ovk_DoWork(nullptr, nullptr, nullptr);
+  const unsigned before = received;
+  ::send(stranger.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+  check(ovk_ReadDeviceInfo(ownFid, "r") == ovk_Status_Done, "a message can be sent");
+  ovk_DoWork(nullptr, nullptr, nullptr);
+  check(received == 2 * before + 1, "the same bytes do the same again, and no other message is lost");
+}
+
+// Repeated until no message is that long.
+std::string tooLong(const std::string& bytes) {
+  std::string repeated = bytes;
+  while (!bytes.empty() && repeated.size() <= 16384) repeated += bytes;
+  return repeated;
 }
 
 } // namespace
@@ -121,7 +136,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   switch (data[0] % 4) {
   case 0: readFile(rest); break;
   case 1: useFile(rest); break;
-  default: throwAt(data[0] % 4 - 1, rest);
+  default: throwAt(data[0] % 4 - 1, (data[0] & 4) != 0 ? tooLong(rest) : rest);
   }
   ovk_DoWork(nullptr, nullptr, nullptr);
   return 0;

@@ -96,6 +96,9 @@ TEST_F(Receive, MessagesThatFillTheBufferAreRefused) {
   platform().readResult = 20000; // a platform that tells the length before it was cut
   work(2, {text});
   EXPECT_EQ(records_.size(), 2U);
+  platform().readResult = static_cast<int>(good(5).size()); // and one that writes behind what it tells
+  work(2, {good(5) + "}"});
+  EXPECT_EQ(records_.size(), 3U);
   platform().readResult = -1; // nothing there, or an error
   platform().inbound[1] = {good(4), good(4)};
   work(2, {good(5), good(5)});

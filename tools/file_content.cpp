@@ -5,18 +5,30 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
-#include <sstream>
 
 #include "failure.h"
 
 namespace tool {
 
+namespace {
+
+constexpr std::size_t mostBytes = std::size_t{16} * 1024 * 1024;
+
+} // namespace
+
 std::string contentOf(const std::string& file) {
   errno = 0;
   std::ifstream stream(file, std::ios::binary);
-  std::ostringstream text;
-  if (stream && text << stream.rdbuf()) return text.str();
-  throw Failure(Exit_Other, file + ": " + (errno == 0 ? "is empty" : std::strerror(errno)));
+  std::string text;
+  char block[16384];
+  while (stream && text.size() <= mostBytes) {
+    stream.read(block, sizeof block);
+    text.append(block, static_cast<std::size_t>(stream.gcount()));
+  }
+  if (text.size() > mostBytes) throw Failure(Exit_Other, file + ": has more than 16 MB");
+  if (errno != 0 || text.empty())
+    throw Failure(Exit_Other, file + ": " + (errno == 0 ? "is empty" : std::strerror(errno)));
+  return text;
 }
 
 } // namespace tool

@@ -45,7 +45,11 @@ struct SharedOptions {
 void addSharedOptions(CLI::App& app, SharedOptions& shared) {
   CLI::Option* json = app.add_flag("--json", shared.json, "Print each result, and failure, as a line of JSON");
   app.add_flag("-q,--quiet", shared.quiet, "Print nothing but values")->excludes(json);
-  app.add_option("--bus", shared.bus.directory, "Bus directory; default: one of your own in /tmp")->type_name("DIR");
+  // A script's variable that is not set must not lead to the default bus.
+  const auto isNamed = [](const std::string& name) { return name.empty() ? "names no directory" : ""; };
+  app.add_option("--bus", shared.bus.directory, "Bus directory; default: one of your own in /tmp")
+      ->check(CLI::Validator(isNamed, ""))
+      ->type_name("DIR");
   app.add_option("--id", shared.bus.id, "Own identifier; default: one made for this process")->type_name("FID");
   app.add_option("--timeout", shared.timeout, "Time to wait for an answer; default: 2")->type_name("SEC");
   app.add_flag("-v,--verbose", shared.bus.verbose, "Trace on stderr; -vv adds messages sent");

@@ -52,6 +52,7 @@ void drain(int channel, const char* channelName, char* buffer) {
     const int length = readTransferChannel(channel, buffer, receiveBufferSize);
     if (length <= 0) return;
     OVK_TRACE_AS(loop, traceProgress, "readTransferChannel(%s) returned %d bytes\n", channelName, length);
+    if (length < receiveBufferSize) buffer[length] = '\0'; // whatever the channel may have written behind it
     processOne(buffer, length);
     std::memset(buffer, 0, static_cast<std::size_t>(std::min(length, receiveBufferSize)));
   }

@@ -73,7 +73,9 @@ inline std::string receive(int channel) {
   std::string buffer(16384, '\0');
   errno = EINTR; // left by a call before
   const int length = readTransferChannel(channel, buffer.data(), static_cast<unsigned>(buffer.size()));
-  return buffer.substr(0, static_cast<std::size_t>(std::max(length, 0)));
+  const std::string message = buffer.substr(0, static_cast<std::size_t>(std::max(length, 0)));
+  EXPECT_EQ(std::string::npos, buffer.find_first_not_of('\0', message.size())) << "written behind " << message;
+  return message;
 }
 
 /// While it lives, this process can open nothing more.

@@ -63,7 +63,7 @@ TEST_F(StaticList, RefusesWhatWouldSpoilTheFile) {
   writeTopology("{broken");
   refused(fidB, fidC, "", "not valid JSON");
   const std::string file = path("topology.json");
-  for (const auto& [name, reason] : {std::pair(file + ".new", "cannot write: "), {file, "not a file of"}}) {
+  for (const auto& [name, reason] : {std::pair(file + ".new", "cannot write: "), {file, "not a file"}}) {
     std::filesystem::remove(file);
     ASSERT_TRUE(std::filesystem::create_directory(name));
     refused(fidB, fidC, "", reason);

@@ -159,7 +159,10 @@ std::size_t heapInUse() {
   return heap.uordblks + heap.hblkhd;
 }
 
+std::ptrdiff_t openDescriptors() { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); }
+
 void takePart(Child& child) {
+  const auto descriptors = openDescriptors() + 3; // the bus directory, the counters and what to wait on stay
   ovk_Init(true, fidOf(self).c_str(), nullptr, nullptr, nullptr);
   add<ovk_RegisterReadReqCallbackData_t, onReadRequest>(ovk_Service_RegisterReadServer);
   add<ovk_RegisterReadRspCallbackData_t, onReadResponse>(ovk_Service_RegisterReadClient);
@@ -178,6 +181,7 @@ void takePart(Child& child) {
   }
   EXPECT_LE(heapInUse(), heap + mostGrowth) << fidOf(self);
   ovk_QMXBusShutdown();
+  EXPECT_LE(openDescriptors(), descriptors) << fidOf(self);
 }
 
 class Storm : public LocalBus {

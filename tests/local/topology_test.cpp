@@ -75,6 +75,7 @@ TEST_F(TopologyService, KilledProcessGoesOffline) {
 // What the application was told: its list, and a full stop after each telling.
 std::string told;
 unsigned tell(std::vector<ovk_topology_controller_t>& controllers) {
+  const fake::Undisturbed undisturbed;
   for (const ovk_topology_controller_t& controller : controllers) told += textOf(controller) + '\n';
   told += '.';
   TopologyDoWork(nullptr, nullptr, tell); // is no new change
@@ -91,13 +92,17 @@ TEST_F(TopologyService, StaysAsItWasWhileDescriptorsAreShort) {
     std::vector<orvane_parent> found;
     for (int times = 0; times < 2; ++times) EXPECT_FALSE(Topology().get_topology(found));
     EXPECT_NE(0, Topology().is_orvane_member(fidB));
+    std::filesystem::rename(directory_, directory_ + ".away");
+    ASSERT_EQ(0, ::mkdir(directory_.c_str(), 0700)); // which would have to be opened
+    EXPECT_NE(0, Topology().is_orvane_member(fidB));
+    std::filesystem::rename(directory_ + ".away", directory_);
   }
   EXPECT_EQ(trace_.find("no topology"), trace_.rfind("no topology")) << "said once: " << trace_;
   traced("no topology, bus directory cannot be read now: Too many open files");
   EXPECT_EQ(known, topology());
 }
 
-// Whatever memory is missing in a look, the next one finds all.
+// Whatever memory is missing in a look, the next one finds all, and each change is told once.
 TEST_F(TopologyService, StaysWholeWithoutMemory) {
   const auto rewrite = [this](const char* text) {
     writeTopology(text);
@@ -114,9 +119,13 @@ TEST_F(TopologyService, StaysWholeWithoutMemory) {
   for (auto [n, ending] = std::pair(0, fake::Ending::failed); ending != fake::Ending::complete; ++n) {
     rewrite("{}");
     EXPECT_NE(known, topology());
+    TopologyDoWork(nullptr, nullptr, tell);
+    told.clear();
     rewrite(text);
     std::this_thread::sleep_for(std::chrono::milliseconds(25)); // file times settle, so that a look may be trusted
-    ending = fake::runWithout(n, [&] { Topology().get_topology(found); });
+    ending = fake::runWithout(n, [] { TopologyDoWork(nullptr, nullptr, tell); });
+    TopologyDoWork(nullptr, nullptr, tell);
+    EXPECT_EQ(1, std::count(told.begin(), told.end(), '.')) << n;
     EXPECT_EQ(known, topology()) << n;
     for (const int fid : {0, 1, 3, 4, 5}) EXPECT_NE(0, Topology().is_orvane_member(fids[fid])) << n;
     EXPECT_TRUE(Topology().get_static_members(found, "") && found.size() == 1) << n;

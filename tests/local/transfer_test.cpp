@@ -135,6 +135,20 @@ TEST_F(Transfer, OrderHoldsWhenAWriterConnectsAnew) {
   EXPECT_EQ("", receive(2));
 }
 
+// A child that the application forked keeps copies of its parent's connections, which must not be looked at any more.
+TEST_F(Transfer, ConnectionsEndThoughAForkedChildHoldsThem) {
+  takePart(fidA);
+  StayingChild writer([] {
+    takePart(fidB);
+    EXPECT_EQ(0, send(0, messageTo(fidA, "x")));
+  });
+  EXPECT_EQ(messageTo(fidA, "x"), receive(2));
+  const StayingChild holder([] {});
+  writer.kill();
+  EXPECT_EQ("", receive(2));
+  EXPECT_FALSE(isMessageWaiting());
+}
+
 TEST_F(Transfer, ProgramsStartedInheritNothing) {
   const auto inherited = [] {
     int count = 0;

@@ -126,6 +126,8 @@ done
 check 0 "^ovk [0-9]+\." --version
 check 1 "^ovk: $work: Is a directory$" tags --config "$work"
 check 1 "^ovk: /dev/null: is empty$" sim --check /dev/null
+check 1 "^ovk: /dev/zero: has more than 16 MB$" sim --check /dev/zero
+check 2 "^ovk: --bus: names no directory" --bus "" topology
 
 # Simulations that do not start.
 echo "{\"fid\": \"$level\", \"nmae\": \"\"}" >"$work/misspelt.json"

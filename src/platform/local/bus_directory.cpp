@@ -47,16 +47,17 @@ bool lookOrMake(const std::string& path, struct stat& seen) {
 }
 
 // Refuses when the path leads elsewhere than it did for the check.
-BusDirectoryPtr openDirectory(const std::string& path, const struct stat& checked, std::string& refusal) {
+BusDirectoryPtr openDirectory(const std::string& path, BusDirectoryLook& look) {
   FileDescriptor descriptor(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   struct stat opened;
   if (!descriptor || ::fstat(descriptor.get(), &opened) != 0) {
-    refusal = errorText(errno);
+    look.isPassing = isShortage(errno);
+    look.refusal = errorText(errno);
     return nullptr;
   }
   auto directory = std::make_shared<const BusDirectory>(path, std::move(descriptor), opened);
-  if (directory->is(checked)) return directory;
-  refusal = "was replaced meanwhile";
+  if (directory->is(look.seen)) return directory;
+  look.refusal = "was replaced meanwhile";
   return nullptr;
 }
 
@@ -90,7 +91,7 @@ BusDirectoryLook lookAtBusDirectory() {
   look.refusal = faultOf(look.seen);
   if (!look.refusal.empty()) return look;
   BusDirectoryPtr& opened = choice().opened;
-  if (!opened || !opened->is(look.seen)) opened = openDirectory(path, look.seen, look.refusal);
+  if (!opened || !opened->is(look.seen)) opened = openDirectory(path, look);
   look.directory = opened;
   return look;
 }

@@ -7,6 +7,8 @@
 #include "platform/local/bus_view.h"
 
 #include <algorithm>
+#include <cmath>
+#include <ctime>
 #include <tuple>
 
 #include "platform/local/file_lock.h"
@@ -20,7 +22,8 @@ namespace ovk::local {
 namespace {
 
 constexpr auto longestTrust = std::chrono::seconds(1);
-constexpr auto timeToSettle = std::chrono::milliseconds(20); // file times advance in steps of up to 10 ms
+constexpr double timeToSettle = 0.02;  // seconds: most file times advance in steps of up to 10 ms
+constexpr double longTimeToSettle = 2; // and where there are no fractions, of up to 2 s
 
 enum Kind : int { running = 1, notRunning = 2 };
 
@@ -81,9 +84,12 @@ BusView::Stamp BusView::Stamp::of(const struct stat& seen) {
   stamp.inode = seen.st_ino;
   stamp.size = seen.st_size;
   stamp.changed = seen.st_mtim;
-  const auto changed = std::chrono::seconds(seen.st_mtim.tv_sec) + std::chrono::nanoseconds(seen.st_mtim.tv_nsec);
-  const auto age = std::chrono::system_clock::now().time_since_epoch() - changed;
-  stamp.settled = age > timeToSettle || age < -timeToSettle; // the latter when the clock was set back
+  timespec now;
+  ::clock_gettime(CLOCK_REALTIME, &now);
+  const auto nanoseconds = static_cast<double>(now.tv_nsec - seen.st_mtim.tv_nsec);
+  const double age = std::difftime(now.tv_sec, seen.st_mtim.tv_sec) + nanoseconds * 1e-9;
+  // Below zero when the clock was set back.
+  stamp.settled = std::fabs(age) > (seen.st_mtim.tv_nsec == 0 ? longTimeToSettle : timeToSettle);
   return stamp;
 }
 
@@ -95,6 +101,7 @@ bool BusView::Stamp::isStill(const Stamp& later) const {
 bool BusView::refresh() {
   const BusDirectoryLook look = lookAtBusDirectory();
   if (!look.directory) {
+    if (look.isPassing) return keep(look.refusal);
     refuse(look.refusal);
     return false;
   }
@@ -103,11 +110,7 @@ bool BusView::refresh() {
   const Clock::time_point now = Clock::now();
   directoryStamp_ = Stamp(); // until all is done, which may fail
   std::optional<BusFiles> files = lookThrough(*look.directory);
-  if (!files || !readFile(*look.directory)) {
-    report("cannot be read now: " + errorText(errno));
-    if (own_ != ownFid()) build({});
-    return false;
-  }
+  if (!files || !readFile(*look.directory)) return keep(errorText(errno));
   refusal_.clear();
   build(*std::move(files));
   directoryStamp_ = stamp;
@@ -122,6 +125,13 @@ bool BusView::isFresh(const Stamp& directory) const {
 void BusView::report(const std::string& refusal) {
   if (refusal != refusal_) OVK_LOCAL_TRACE(traceError, "no topology, bus directory %s\n", refusal.c_str());
   refusal_ = refusal;
+}
+
+// Goes on with what is known, but for who this process is.
+bool BusView::keep(const std::string& reason) {
+  report("cannot be read now: " + reason);
+  if (own_ != ownFid()) build({});
+  return false;
 }
 
 void BusView::refuse(const std::string& refusal) {
@@ -198,14 +208,16 @@ void BusView::adopt(std::vector<orvane_parent> found) {
 
 bool BusView::staticMembers(const std::string& selector, std::vector<orvane_parent>& parents) const {
   parents.clear();
+  std::map<std::string, std::vector<ovk_topology_sensor_t>> members; // by parent
+  for (const StaticDevice& device : config_.statics)
+    members[device.parent].push_back({device.fid, device.name, {}, {}});
   for (const orvane_parent& controller : controllers_) {
-    if (!selector.empty() && selector != controller.attr1) continue;
+    const auto found = members.find(controller.attr1);
+    if (found == members.end() || (!selector.empty() && selector != controller.attr1)) continue;
     orvane_parent parent = controller;
-    parent.members.clear();
-    for (const StaticDevice& device : config_.statics)
-      if (device.parent == parent.attr1) parent.members.push_back({device.fid, device.name, {}, {}});
+    parent.members = std::move(found->second);
     complete(parent);
-    if (!parent.members.empty()) parents.push_back(std::move(parent));
+    parents.push_back(std::move(parent));
   }
   return fault_.empty();
 }

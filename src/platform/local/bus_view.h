@@ -54,6 +54,7 @@ private:
 
   bool isFresh(const Stamp& directory) const;
   void report(const std::string& refusal);
+  bool keep(const std::string& reason);
   void refuse(const std::string& refusal);
   bool readFile(const BusDirectory& directory);
   void build(BusFiles files);

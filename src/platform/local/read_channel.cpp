@@ -1,12 +1,13 @@
 // Receives messages from any number of writers.
 //
 // The order of each writer is kept even when it connects anew: a connection found readable is emptied before the next,
-// and new connections are taken in last. Whatever a stranger sends, or does not send, costs its own messages only.
+// and new connections are taken in last. What a stranger sends that is no message costs no other message.
 
 #include "platform/local/read_channel.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <poll.h>
 #include <sys/epoll.h>
 #include <sys/ioctl.h>
@@ -53,7 +54,8 @@ std::unique_ptr<ReadChannel> ReadChannel::open(const BusDirectoryPtr& directory,
   std::unique_ptr<ReadChannel> channel(new ReadChannel(directory, socketName)); // which removes the socket if it fails
   channel->listener_ = listenAt(directory->pathOf(socketName));
   if (!channel->listener_) return nullptr;
-  if (channel->listenTo(channel->listener_.get(), EPOLL_CTL_ADD, EPOLLIN) && watch(channel->events_.get()))
+  if (channel->events_ && channel->listenTo(channel->listener_.get(), EPOLL_CTL_ADD, EPOLLIN) &&
+      watch(channel->events_.get()))
     return channel;
   OVK_LOCAL_TRACE(traceError, "cannot wait for messages: %s\n", errorText(errno).c_str());
   return nullptr;
@@ -131,6 +133,7 @@ void ReadChannel::close(int connection) {
   const auto closed = std::find_if(connections_.begin(), connections_.end(),
                                    [=](const FileDescriptor& each) { return each.get() == connection; });
   if (closed == connections_.end()) return;
+  listenTo(connection, EPOLL_CTL_DEL, 0); // a forked child's copy would keep it watched, under a number of the past
   std::swap(*closed, connections_.back());
   connections_.pop_back();
 }
@@ -148,6 +151,7 @@ int ReadChannel::receive(int connection, void* buffer, unsigned size) {
     const ssize_t length = uninterrupted([&] { return ::recv(connection, buffer, size, MSG_DONTWAIT | MSG_TRUNC); });
     if (length > static_cast<ssize_t>(size)) {
       OVK_LOCAL_TRACE(traceError, "message of %zd bytes dropped, the buffer has %u\n", length, size);
+      std::memset(buffer, 0, size); // a shorter one may follow, and nothing is to stand behind that
       continue;
     }
     if (length > 0) return static_cast<int>(length);

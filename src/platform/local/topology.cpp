@@ -94,8 +94,8 @@ void TopologyDoWork(p_TopologyCallback1 /*callback1*/, p_TopologyCallback2 /*cal
   if (ownFid().empty() || callback3 == nullptr) return;
   busView().refresh();
   if (busView().generation() == reportedGeneration()) return;
-  reportedGeneration() = busView().generation(); // first: the callback may call this function
   std::vector<ovk_topology_controller_t> controllers;
   for (const orvane_parent& parent : busView().controllers()) controllers.push_back(asController(parent));
+  reportedGeneration() = busView().generation(); // before the call, which may lead here again; after what may fail
   callback3(controllers);
 }

@@ -50,7 +50,8 @@ bool writeAll(int file, std::string_view text) {
 }
 
 std::string writeNewFile(const BusDirectory& directory, const std::string& text) {
-  const int flags = O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC;
+  directory.remove(newName); // an editor that was killed left it, or it is something that one could hang on
+  const int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
   const FileDescriptor file(::openat(directory.descriptor(), newName, flags, S_IRUSR | S_IWUSR));
   if (file && writeAll(file.get(), text) && ::fsync(file.get()) == 0) return {};
   std::string fault = failure("cannot write");
@@ -114,7 +115,7 @@ bool readTopologyFile(const BusDirectory& directory, TopologyConfig& config, std
   if (!file || ::fstat(file.get(), &status) != 0) {
     fault = failure("cannot open");
   } else if (!S_ISREG(status.st_mode) || status.st_size > mostBytes) {
-    fault = "not a file of at most 16 MB";
+    fault = S_ISREG(status.st_mode) ? "larger than 16 MB" : "not a file";
   } else if (!readAll(file.get(), static_cast<std::size_t>(status.st_size), text)) {
     fault = failure("cannot read");
   } else {

@@ -15,7 +15,7 @@ bool readTopologyFile(const BusDirectory& directory, TopologyConfig& config, std
 using TopologyChange = std::function<std::string(TopologyConfig&)>;
 
 /// Reads the file, changes it and replaces it in one step, one process at a time. Empty when the new file is in place,
-/// otherwise why not; the old file is untouched then.
+/// otherwise why not; the old file is untouched then, but when the disk fails at the very last, to note the new file's name.
 std::string editTopologyFile(const BusDirectory& directory, const TopologyChange& change);
 
 } // namespace ovk::local

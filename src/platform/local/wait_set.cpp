@@ -24,7 +24,8 @@ bool watch(int descriptor) {
   epoll_event event{};
   event.events = EPOLLIN;
   event.data.fd = descriptor;
-  return ::epoll_ctl(waitDescriptor(), EPOLL_CTL_ADD, descriptor, &event) == 0;
+  const int all = waitDescriptor();
+  return all >= 0 && ::epoll_ctl(all, EPOLL_CTL_ADD, descriptor, &event) == 0;
 }
 
 void unwatch(int descriptor) { ::epoll_ctl(waitDescriptor(), EPOLL_CTL_DEL, descriptor, nullptr); }
