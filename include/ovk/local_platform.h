@@ -20,11 +20,11 @@
 ///
 /// Messages. Between two participants messages keep their order and their boundaries, and they are lost only when their
 /// reader closes or dies with messages unread, or when the kernel has no memory left to watch a new writer's connection,
-/// which the reader traces. Requests go to the controller that they name, or to that of the
-/// destination; responses go to the controller of the requester; the own controller is a valid target. A write fails,
-/// with a level 2 trace line, when the target does not run or has too many unread messages from this process. Measured
-/// on Linux 6 with send buffers of 208 KB, the usual limit, and of 1 MB, where root or a higher limit allows it, a
-/// channel holds so many unread messages of each writer:
+/// which the reader traces. Requests go to the controller that they name, or to that of the destination; responses go to
+/// the controller of the requester; the own controller is a valid target. A write fails, with a level 2 trace line, when
+/// the target does not run or has too many unread messages from this process. Measured on Linux 6 with send buffers of
+/// 208 KB, the usual limit, and of 1 MB, where root or a higher limit allows it, a channel holds so many unread messages
+/// of each writer:
 ///
 ///     bytes a message          300   4096   12288   16383
 ///     208 KB                   333     51      26      21

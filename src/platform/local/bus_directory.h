@@ -40,7 +40,7 @@ using BusDirectoryPtr = std::shared_ptr<const BusDirectory>;
 struct BusDirectoryLook {
   BusDirectoryPtr directory; ///< null when it cannot be used
   std::string refusal;       ///< why not
-  bool isPassing;            ///< it may be used again when the system is short of nothing
+  bool isPassing;            ///< the system is only short of something now
   struct stat seen;          ///< as it is now
 };
 

@@ -15,7 +15,8 @@ bool readTopologyFile(const BusDirectory& directory, TopologyConfig& config, std
 using TopologyChange = std::function<std::string(TopologyConfig&)>;
 
 /// Reads the file, changes it and replaces it in one step, one process at a time. Empty when the new file is in place,
-/// otherwise why not; the old file is untouched then, but when the disk fails at the very last, to note the new file's name.
+/// otherwise why not; the old file is untouched then, unless all that failed was to make the new one outlast a loss of
+/// power.
 std::string editTopologyFile(const BusDirectory& directory, const TopologyChange& change);
 
 } // namespace ovk::local
