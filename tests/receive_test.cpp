@@ -125,6 +125,28 @@ TEST_F(Receive, CallbacksMayCallAnything) {
   EXPECT_EQ(calls, 2);
 }
 
+TEST_F(Receive, NestedWorkCallsEndAtTheEighthLevel) {
+  int depth = 0;
+  int deepest = 0;
+  std::string order;
+  onMessage = [&](void* data, const std::string&) {
+    order += joined(static_cast<ovk_CommonData_t*>(data)->refId, ' ');
+    deepest = std::max(deepest, ++depth);
+    ovk_DoWork(nullptr, nullptr, nullptr);
+    --depth;
+    return 0;
+  };
+  for (int calls = 0; calls < 2; ++calls) { // the second starts afresh
+    startOver();
+    order.clear();
+    for (int i = 0; i < 20; ++i) platform().inbound[2].push_back(replaced(good(5), "r-17", std::to_string(i)));
+    work(1, {replaced(good(4), "r-17", "first")});
+    EXPECT_EQ(order, "first 0 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 ");
+    EXPECT_EQ(deepest, 8);
+    EXPECT_EQ(platform().errors(), "work calls nested more than 8 deep by callbacks, nothing is read\n");
+  }
+}
+
 // Run under the address sanitizer this also shows that nothing leaks and nothing foreign is freed.
 TEST_F(Receive, RecordsAreReleasedWhateverTheCallbackDoes) {
   uint16_t foreign[4] = {};

@@ -39,7 +39,8 @@ enum ovk_MessageType_t : int {
 
 /// How the library calls a service callback: with the service's record (see ovk/records.h) and that record's size in
 /// bytes. The record and its blocks are lent for the duration of the call: copy what is to be kept, free nothing. The
-/// callback may call any function of this library. A negative result is traced as a failure to process the message; the
+/// callback may call any function of this library. When callbacks call ovk_DoWork(), up to 8 such calls nest; a deeper one
+/// reads nothing and leaves the messages, in their order, to the calls around it (one level 2 trace line says so). A negative result is traced as a failure to process the message; the
 /// value has no other effect. An exception passes through ovk_DoWork() to its caller after the record was released.
 using ovk_ServiceCallback_t = int (*)(void* pData, unsigned int DataLen);
 

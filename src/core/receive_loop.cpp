@@ -1,7 +1,7 @@
 // The receive loop: from a transfer channel to the application's callback.
 //
-// Nothing here holds state between messages, so a callback may call any exported function, the work function included.
-// A message that cannot be used is traced and dropped, and the loop goes on with the next.
+// A callback may call any exported function, the work function included. Such nested calls are limited, since each takes stack
+// for as long as its callers run. A message that cannot be used is traced and dropped, and the loop goes on with the next.
 
 #include "core/receive_loop.h"
 
@@ -21,6 +21,8 @@ namespace {
 
 // A message is handled as a text, so the longest one leaves room for its NUL.
 constexpr int receiveBufferSize = 16384;
+
+constexpr int mostLevels = 8;
 
 enum DispatchFailure : int { noMessageType = -1, unknownMessageType = -2, noCallback = -3, noCallbackData = -4 };
 
@@ -93,9 +95,36 @@ int dispatch(const char* msg, unsigned len) {
   return deliver(service, callback, msg, len);
 }
 
+// One work call among those that are nested in each other by callbacks.
+class Level {
+public:
+  Level() { ++depth_; }
+  Level(const Level&) = delete;
+  Level& operator=(const Level&) = delete;
+  ~Level() {
+    if (--depth_ == 0) isRefusalTraced_ = false;
+  }
+
+  // Whether this level may read; a refusal is traced once until the outermost call returns.
+  bool mayRead() const {
+    if (depth_ <= mostLevels) return true;
+    if (!isRefusalTraced_) {
+      OVK_TRACE_AS(loop, traceError, "work calls nested more than %d deep by callbacks, nothing is read\n", mostLevels);
+    }
+    isRefusalTraced_ = true;
+    return false;
+  }
+
+private:
+  static inline int depth_ = 0;
+  static inline bool isRefusalTraced_ = false;
+};
+
 } // namespace
 
 int ovk_QMXBusDoWork() {
+  const Level level;
+  if (!level.mayRead()) return 0;
   const ovk::Block<char> buffer = ovk::allocateBlock<char>(receiveBufferSize);
   if (buffer == nullptr) {
     OVK_TRACE(traceError, "no memory for a receive buffer of %d bytes, nothing is read\n", receiveBufferSize);

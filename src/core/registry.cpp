@@ -1,15 +1,36 @@
 // The library's only lasting state: the registration table and the bus-enabled flag.
+//
+// Exit handlers and the destructors of the program's statics may still call the library, so the table must outlive them. An
+// ordinary definition would be destroyed among them; this one is built in plain storage and lives as long as the library is
+// loaded.
 
 #include "core/registry.h"
+
+#include <new>
 
 #include "core/catalogue.h"
 #include "core/trace.h"
 
-std::vector<OrvaneServiceRegistration_t> OrvaneServices(ovk::serviceCount);
+namespace {
+
+using Table = std::vector<OrvaneServiceRegistration_t>;
+
+extern "C" {
+alignas(Table) unsigned char ovkTableStorage[sizeof(Table)];
+}
+
+} // namespace
+
+extern Table OrvaneServices __attribute__((alias("ovkTableStorage")));
 
 namespace {
+
 bool busEnabled = false;
-}
+
+[[gnu::constructor]] void makeTable() { new (&OrvaneServices) Table(ovk::serviceCount); }
+[[gnu::destructor]] void destroyTable() { OrvaneServices.~Table(); }
+
+} // namespace
 
 namespace ovk {
 

@@ -62,10 +62,14 @@ struct Published {
   ~Published() { countIn(privateCells); }
 };
 
+// Never destroyed: the program's statics and exit handlers may still count.
 std::optional<Published>& published() {
-  static std::optional<Published> file;
+  static auto& file = *new std::optional<Published>;
   return file;
 }
+
+// After the last exit handler, so that nothing stays in the bus directory.
+[[gnu::destructor]] void withdraw() { published().reset(); }
 
 // Space is reserved at once: a full disk must not end the process at some later increment.
 bool makeEmpty(int file) {

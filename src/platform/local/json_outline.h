@@ -24,6 +24,7 @@ public:
   /// Outlines the text; no node when it is not one JSON value with nothing but white space around it.
   void draw(std::string_view text);
   void clear() { nodes_.clear(); }
+  std::size_t footprint() const { return nodes_.capacity() * sizeof(Node); }
   bool empty() const { return nodes_.empty(); }
   const Node& operator[](std::uint32_t node) const { return nodes_[node]; }
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 namespace ovk::local {
 
@@ -44,7 +45,12 @@ bool takeIndex(std::string_view& path, std::uint32_t& index) {
   return path.empty() || path.front() == '.' || path.front() == '[';
 }
 
-thread_local std::unique_ptr<JsonReading> kept;
+constexpr std::size_t mostBytesKept = std::size_t{64} * 1024;
+
+// A bare pointer, so that exit handlers and ending threads can still read messages.
+JsonReading* kept = nullptr;
+
+[[gnu::destructor]] void dropKept() { delete std::exchange(kept, nullptr); }
 
 } // namespace
 
@@ -73,12 +79,18 @@ void NumbersAhead::stepTens() {
 }
 
 JsonReading* JsonReading::of(std::string_view text) {
-  std::unique_ptr<JsonReading> reading = kept != nullptr ? std::move(kept) : std::make_unique<JsonReading>();
+  std::unique_ptr<JsonReading> reading(std::exchange(kept, nullptr));
+  if (reading == nullptr) reading = std::make_unique<JsonReading>();
   reading->turnTo(text);
   return reading.release();
 }
 
-void JsonReading::keep(JsonReading* reading) { kept.reset(reading); }
+void JsonReading::keep(JsonReading* reading) {
+  const bool isKept = reading != nullptr && reading->footprint() <= mostBytesKept;
+  const std::unique_ptr<JsonReading> dropped(isKept ? std::exchange(kept, reading) : reading);
+}
+
+std::size_t JsonReading::footprint() const { return sizeof *this + text_.capacity() + outline_.footprint(); }
 
 // Checks the text and forgets all about the one before, unless it is the same.
 void JsonReading::turnTo(std::string_view text) {

@@ -70,6 +70,7 @@ public:
   /// A reading of the text, to be given back by keep(). A received message is loaded into three or four documents, one after
   /// the other: what the first learnt, by the check above all, goes on to the next through the reading kept.
   static JsonReading* of(std::string_view text);
+  /// A large one is not kept.
   static void keep(JsonReading* reading);
 
   /// The text, followed by a NUL.
@@ -91,6 +92,8 @@ public:
   }
 
 private:
+  std::size_t footprint() const;
+
   using NodeIndex = std::uint32_t;
   static constexpr NodeIndex none = 0xFFFFFFFF;                  // of elements that are neither objects nor arrays
   static constexpr std::size_t nowhere = std::string_view::npos; // to which no path leads

@@ -1,7 +1,7 @@
 // The transfer channels of this process.
 //
 // The first channel makes the process a participant of the bus, the last one to go ends that: whoever holds a channel
-// holds the identifier. What is still open when the program ends is closed then, so that nothing stays behind.
+// holds the identifier.
 
 #include "platform/transfer_channel.h"
 
@@ -46,24 +46,15 @@ void Channels::close(std::size_t index) {
   presence.reset();
 }
 
-// Closes everything at the end of the program, but leaves the table itself to those who end later.
-class ClosedAtExit {
-public:
-  explicit ClosedAtExit(Channels& all) : all_(all) {}
-  ClosedAtExit(const ClosedAtExit&) = delete;
-  ClosedAtExit& operator=(const ClosedAtExit&) = delete;
-  ~ClosedAtExit() {
-    for (std::size_t index = 0; index < channelCount; ++index) all_.close(index);
-  }
-
-private:
-  Channels& all_;
-};
-
+// Never destroyed: the program's statics and exit handlers may still send and receive.
 Channels& channels() {
   static Channels& all = *new Channels;
-  static const ClosedAtExit atExit(all);
   return all;
+}
+
+// After the last exit handler, so that nothing stays in the bus directory.
+[[gnu::destructor]] void closeAll() {
+  for (std::size_t index = 0; index < channelCount; ++index) channels().close(index);
 }
 
 bool isChannel(int index) { return index >= 0 && index < channelCount; }

@@ -37,13 +37,17 @@ struct Watch {
   std::optional<FileLock> lock;
   std::unique_ptr<ReadChannel> copies;
   std::map<std::uint32_t, std::uint32_t> numbers; // the last one seen, by process
+  std::string buffer = std::string(longestCopy, '\0');
 };
 
-// Never destroyed: the lock ends with the process, and what is left is swept by the next one that joins.
+// Never destroyed: exit handlers may still watch.
 std::unique_ptr<Watch>& currentWatch() {
   static std::unique_ptr<Watch>& current = *new std::unique_ptr<Watch>;
   return current;
 }
+
+// After the last exit handler, so that nothing stays in the bus directory.
+[[gnu::destructor]] void endWatch() { currentWatch().reset(); }
 
 std::unique_ptr<Watch> startWatch() {
   const BusDirectoryPtr directory = ownFid().empty() ? nullptr : busDirectory();
@@ -90,7 +94,7 @@ void ovk_local_stop_watching() { currentWatch().reset(); }
 
 bool ovk_local_next_passed(ovk_local_passed_t& passed) {
   if (!currentWatch()) return false;
-  static std::string buffer(ovk::local::longestCopy, '\0');
+  std::string& buffer = currentWatch()->buffer;
   ovk::local::Heading heading{};
   for (;;) {
     const int length = currentWatch()->copies->read(buffer.data(), static_cast<unsigned>(buffer.size()));
