@@ -62,6 +62,7 @@ public:
   void ask(const std::string& fid, Send send, Take take) {
     Question<Record, Take> question{{fid, nextReference(), false, false, ""}, std::move(take)};
     listen<service, Record>(question);
+    const Unlisten end{service};
     requireKnown(fid);
     exchange(question.reply, [&] { return send(question.reply.refId.c_str()); });
   }
@@ -93,10 +94,16 @@ private:
     }
   };
 
+  /// Leaves a service without a receiver: an answer that comes later than its timeout is ignored.
+  struct Unlisten {
+    ovk_Service_t service;
+    ~Unlisten() { OrvaneServices[service].p_UserContext = nullptr; }
+  };
+
   template <ovk_Service_t service, class Record, class Receiver>
   static int deliver(void* data, unsigned /*size*/) {
     auto* receiver = static_cast<Receiver*>(OrvaneServices[service].p_UserContext);
-    receiver->receive(*static_cast<const Record*>(data));
+    if (receiver != nullptr) receiver->receive(*static_cast<const Record*>(data));
     return 0;
   }
 

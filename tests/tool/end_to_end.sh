@@ -258,6 +258,11 @@ check 5 "could not be read \(counter 68\)" info $pump --timeout 0.5
 stop INT "^3 requests: 1 answered, 2 refused, 0 dropped, 0 not sent$"
 check 7 "is it running" read $pump 100 # still known: a static device stands below it
 
+# Answers that come after their timeout are ignored.
+start --delay-ms 300 "$work/bare.json"
+ready $pump
+check 5 "no answer from $pump within 0.1 s" read $pump 100 --timeout 0.1 --every 0.5 --count 2
+stop INT "^2 requests: [12] answered, 0 refused, 0 dropped, [01] not sent$"
 
 # Areas that need several requests, and what passes on the bus meanwhile.
 # And whole numbers that move by their step, and wrap around.
