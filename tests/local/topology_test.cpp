@@ -151,6 +151,17 @@ TEST_F(TopologyService, TellsOfChanges) {
   EXPECT_TRUE(eventually([&] { return toldNow() == withFids("@A||||online|1\n."); }));
 }
 
+// As some editors and copying programs leave it.
+TEST_F(TopologyService, FileOfTheSameSizeAndTimeIsReadAgain) {
+  const timespec longAgo[2] = {{1, 0}, {1, 0}};
+  start(fidA);
+  for (const char* fid : {fidB, fidC}) {
+    writeTopology(R"({"controllers":[{"fid":")"s + fid + "\"}]}");
+    ASSERT_EQ(0, ::utimensat(AT_FDCWD, path("topology.json").c_str(), longAgo, 0));
+    EXPECT_TRUE(eventually([=] { return Topology().is_orvane_member(fid) != 0; })) << fid;
+  }
+}
+
 TEST_F(TopologyService, FaultyFileIsIgnoredAsAWhole) {
   const std::pair<const char*, const char*> rows[] = {
       {R"({"controllers":[{"fid":"@B"})", "the text is not valid JSON"},

@@ -83,13 +83,13 @@ BusView::Stamp BusView::Stamp::of(const struct stat& seen) {
   stamp.device = seen.st_dev;
   stamp.inode = seen.st_ino;
   stamp.size = seen.st_size;
-  stamp.changed = seen.st_mtim;
+  stamp.changed = seen.st_ctim;
   timespec now;
   ::clock_gettime(CLOCK_REALTIME, &now);
-  const auto nanoseconds = static_cast<double>(now.tv_nsec - seen.st_mtim.tv_nsec);
-  const double age = std::difftime(now.tv_sec, seen.st_mtim.tv_sec) + nanoseconds * 1e-9;
+  const auto nanoseconds = static_cast<double>(now.tv_nsec - seen.st_ctim.tv_nsec);
+  const double age = std::difftime(now.tv_sec, seen.st_ctim.tv_sec) + nanoseconds * 1e-9;
   // Below zero when the clock was set back.
-  stamp.settled = std::fabs(age) > (seen.st_mtim.tv_nsec == 0 ? longTimeToSettle : timeToSettle);
+  stamp.settled = std::fabs(age) > (seen.st_ctim.tv_nsec == 0 ? longTimeToSettle : timeToSettle);
   return stamp;
 }
 

@@ -46,7 +46,7 @@ private:
     dev_t device = 0;
     ino_t inode = 0;
     off_t size = 0;
-    timespec changed{};
+    timespec changed{};   // the status: unlike the time of the content it cannot be set
     bool settled = false; // a later change would show in `changed`
     static Stamp of(const struct stat& seen);
     bool isStill(const Stamp& later) const;
