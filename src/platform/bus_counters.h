@@ -28,4 +28,5 @@ enum QMXBCounter_e : int {
   QMXB_API_REG_WRITE_RSP_RX_ERR = 76
 };
 
+/// Adds 1 to a counter. Must not throw: events are also counted while an exception passes.
 void IncrQMXBCnt(QMXBCounter_e counter);

@@ -9,6 +9,7 @@ enum TraceLevel : int {
   traceBulk = 7      ///< whole outgoing messages
 };
 
-/// Writes one line. `format` is printf's and ends in a line feed.
+/// Writes one line. `format` is printf's and ends in a line feed. Must not throw: lines are also written while a record is
+/// released after an exception.
 void logTracePrint(const char* file, int line, const char* function, int level, const char* format, ...)
     __attribute__((format(printf, 5, 6)));

@@ -34,6 +34,11 @@ TEST_F(TraceLog, LinesOfAnySizeAreWhole) {
   }
 }
 
+TEST_F(TraceLog, ExceptionsOfTheSinkEndThere) {
+  ovk_local_set_trace_sink([](const char*, unsigned, void*) { throw 1; }, nullptr);
+  EXPECT_NO_THROW(logTracePrint("F", 1, "f", 2, "text\n"));
+}
+
 TEST_F(TraceLog, StandardErrorGetsOneLine) {
   ovk_local_set_trace_sink(nullptr, nullptr);
   ::testing::internal::CaptureStderr();

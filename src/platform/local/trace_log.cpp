@@ -1,7 +1,8 @@
 // Trace lines, to the standard error stream or to the application's sink.
 //
 // A call whose level is not wanted ends at its first comparison. A line goes out in one piece and whole, whatever its
-// length, unless there is no memory for it; errno stays as it was: callers trace between a failure and its report.
+// length, unless there is no memory for it. errno stays as it was: callers trace between a failure and its report.
+// Nothing here throws.
 
 #include "platform/trace_log.h"
 
@@ -60,12 +61,20 @@ void writeAll(const char* text, std::size_t length) {
   }
 }
 
+// Lines are also written where an exception would end the process, such as in destructors.
+void callSink(const char* text, std::size_t length) {
+  try {
+    settings.sink(text, static_cast<unsigned>(length), settings.context);
+  } catch (...) { // the line is lost
+  }
+}
+
 // `text` holds `length` characters and a NUL. The line feed at the end is the format's.
 void emit(char* text, std::size_t length) {
   if (length > 0 && text[length - 1] == '\n') --length;
   if (settings.sink != nullptr) {
     text[length] = '\0';
-    settings.sink(text, static_cast<unsigned>(length), settings.context);
+    callSink(text, length);
     return;
   }
   text[length] = '\n'; // in place of the NUL, so that one write does
