@@ -172,6 +172,20 @@ TEST_F(Core, RegistrationIsTakenBackWithoutMemory) {
   EXPECT_EQ(enrol(2, ignoring), 0U);
 }
 
+// A channel that is opened may lead into the application, which may change the table or replace it.
+TEST_F(Core, RegistrationOutlivesAReplacedTable) {
+  ovk::enableBus(true);
+  platform().onCreate = [] { OrvaneServices.assign(8, {}); };
+  EXPECT_EQ(enrol(5, ignoring), 0U);
+  EXPECT_THAT(platform().calls, ElementsAre("createTransferChannel(2, 2)", "createTransferChannel(3, 1)"));
+
+  OrvaneServices[5].p_ServiceCallback = ignoring;
+  platform().onCreate = [] { OrvaneServices = std::vector<OrvaneServiceRegistration_t>(8); };
+  platform().createResults = {{3, fake::noMemory}};
+  EXPECT_THROW(enrol(5, this), std::bad_alloc);
+  EXPECT_EQ(OrvaneServices[5].p_ServiceCallback, ignoring) << "the registration before";
+}
+
 TEST_F(Core, WorkReadsOnlyWithTheBusAndShutdownClosesAllChannels) {
   platform().inbound[1] = {"{}"};
   ovk_DoWork(topology1, nullptr, nullptr);

@@ -15,13 +15,10 @@
 
 namespace {
 
-// Opens the two channels of a registered service. Services share channels, so this succeeds again and again.
-unsigned openChannels(const char* function, OrvaneServiceRegistration_t& registration) {
-  const ovk_Service_t service = registration.service;
-  registration.TransferChannelReadIdx = getTransferChannelReadIdx(service);
-  registration.TransferChannelWriteIdx = getTransferChannelWriteIdx(service);
-  const int read = createTransferChannel(registration.TransferChannelReadIdx, transferChannelRead);
-  const int written = createTransferChannel(registration.TransferChannelWriteIdx, transferChannelWritten);
+// Opens the two channels of a service. Services share channels, so this succeeds again and again.
+unsigned openChannels(const char* function, ovk_Service_t service, int readIdx, int writeIdx) {
+  const int read = createTransferChannel(readIdx, transferChannelRead);
+  const int written = createTransferChannel(writeIdx, transferChannelWritten);
   if (read < 0 || written < 0) {
     OVK_TRACE_AS(function, traceError,
                  "Failed to create transfer channel for service %d (ret_create_tc_rd=%d, ret_create_tc_wr=%d)\n",
@@ -32,7 +29,7 @@ unsigned openChannels(const char* function, OrvaneServiceRegistration_t& registr
                "Successfully created transfer channel for service %d (ret_create_tc_rd=%d, ret_create_tc_wr=%d ...\n",
                service, read, written);
   OVK_TRACE_AS(function, traceProgress, "service %d, TransferChannelReadIdx %d, TransferChannelWriteIdx %d )\n",
-               service, registration.TransferChannelReadIdx, registration.TransferChannelWriteIdx);
+               service, readIdx, writeIdx);
   OVK_TRACE_AS(function, traceProgress, "Successfully registered service %d\n", service);
   return ovk_Status_Done;
 }
@@ -72,10 +69,13 @@ unsigned ovk_RegisterForService(ovk_Service_t service, void* p_ServiceCallback, 
   registration->p_UserString1 = p_UserString1;
   registration->p_UserString2 = p_UserString2;
   if (!ovk::isBusEnabled()) return ovk_Status_Done;
+  const int readIdx = registration->TransferChannelReadIdx = getTransferChannelReadIdx(service);
+  const int writeIdx = registration->TransferChannelWriteIdx = getTransferChannelWriteIdx(service);
   try {
-    return openChannels(__func__, *registration);
-  } catch (...) { // no memory to finish it
-    *registration = before;
+    return openChannels(__func__, service, readIdx, writeIdx);
+  } catch (...) {                                // no memory to finish it
+    registration = ovk::registrationOf(service); // again: the application may have replaced the table meanwhile
+    if (registration != nullptr) *registration = before;
     throw;
   }
 }

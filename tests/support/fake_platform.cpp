@@ -84,6 +84,7 @@ std::string Platform::lines(const std::string& message, const std::string& witho
 int createTransferChannel(int index, int role) {
   record("createTransferChannel", index, role);
   const fake::Undisturbed undisturbed;
+  if (current.onCreate) current.onCreate();
   const int result = current.createResults[index];
   if (result == fake::noMemory) throw std::bad_alloc();
   return result;

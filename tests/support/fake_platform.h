@@ -1,6 +1,7 @@
 #pragma once
 
 #include <deque>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -38,6 +39,7 @@ struct Platform {
   // What the platform answers.
   std::map<int, std::deque<std::string>> inbound; ///< messages waiting, by channel
   std::map<int, int> createResults;               ///< by channel; 0 unless set
+  std::function<void()> onCreate;                 ///< called while a channel is created
   std::string myFid = "VR001_00001_0000000000A1";
   bool knowsMyFid = true;
   bool knowsParents = true;
