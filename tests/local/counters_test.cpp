@@ -64,6 +64,23 @@ TEST_F(Counters, MoveWithTheIdentifier) {
   EXPECT_EQ(0, owner.finish());
 }
 
+// Neither counters nor edits end a process that may not write as much.
+TEST_F(Counters, FilesThatMayNotBeMade) {
+  Child limited([this](Child&) {
+    const rlimit limit{519, RLIM_INFINITY};
+    EXPECT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &limit));
+    start(fidA);
+    EXPECT_GT(0, createQMXBSharedMemory());
+    traced("counters of "s + fidA + " not published: File too large");
+    IncrQMXBCnt(QMXB_API_RX_COMMON_ERR);
+    EXPECT_NE(0, Topology().set_static_member(fidA, fidB, "short"));
+    EXPECT_EQ(0, Topology().set_static_member(fidA, fidB, std::string(500, 'x')));
+    traced("static device "s + fidB + " not changed: cannot write: File too large");
+  });
+  EXPECT_EQ(0, limited.finish());
+  EXPECT_EQ(1, files());
+}
+
 // The file may be cut or overwritten by anybody of the same user, or be left by a killed process.
 TEST_F(Counters, ReaderDoesNotTrustTheFile) {
   const std::string file = path(fidA + ".counters"s);

@@ -145,8 +145,16 @@ public:
     return ::read(link(), &byte, 1) == 1;
   }
   void kill() {
-    ::kill(process_, SIGKILL);
+    kill(SIGKILL);
     finish();
+  }
+  void kill(int signal) const { EXPECT_EQ(0, ::kill(process_, signal)); }
+  /// As the kernel shows it: 'R' running, 'S' asleep, 'Z' ended.
+  char state() const {
+    std::ifstream file("/proc/" + std::to_string(process_) + "/stat");
+    std::string text;
+    std::getline(file, text);
+    return text[text.rfind(')') + 2];
   }
   /// Lets the child's await() fail and waits for its end; 0 when it was a good one.
   int finish() {

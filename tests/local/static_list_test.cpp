@@ -1,3 +1,4 @@
+#include <chrono>
 #include <gmock/gmock.h>
 #include <sstream>
 
@@ -71,6 +72,28 @@ TEST_F(StaticList, RefusesWhatWouldSpoilTheFile) {
   std::filesystem::remove(file);
   std::filesystem::create_symlink(file, file);
   refused(fidB, fidC, "", "cannot open: ");
+}
+
+// A signal interrupts each pause of an edit as soon as it begins. The edit still waits for no longer than one pause.
+TEST_F(StaticList, EditsEndUnderRapidSignals) {
+  static volatile std::sig_atomic_t signals = 0;
+  Child editor([](Child& self) {
+    start(fidA);
+    std::signal(SIGALRM, [](int) {
+      signals = signals + 1;
+      const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(10);
+      while (std::chrono::steady_clock::now() < end) {
+      }
+    });
+    self.signal();
+    EXPECT_NE(0, Topology().set_static_member(fidA, fidB, "n"));
+    std::signal(SIGALRM, SIG_IGN);
+    EXPECT_GE(5, signals);
+  });
+  EXPECT_TRUE(editor.await());
+  for (char state = 'R'; state != 'Z'; state = editor.state())
+    if (state == 'S') editor.kill(SIGALRM);
+  EXPECT_EQ(0, editor.finish());
 }
 
 // Two editors at once, one of them killed: every edit that reported success is there, and nothing else but the edit in

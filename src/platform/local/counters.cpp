@@ -73,7 +73,7 @@ std::optional<Published>& published() {
 
 // Space is reserved at once: a full disk must not end the process at some later increment.
 bool makeEmpty(int file) {
-  if (::ftruncate(file, 0) != 0) return false;
+  if (!isWithinFileSizeLimit(sizeof(CounterFile)) || ::ftruncate(file, 0) != 0) return false;
   errno = ::posix_fallocate(file, 0, sizeof(CounterFile));
   return errno == 0;
 }

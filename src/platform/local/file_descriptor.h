@@ -1,6 +1,9 @@
 #pragma once
 
 #include <cerrno>
+#include <cstddef>
+#include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 #include <utility>
 
@@ -17,10 +20,32 @@ auto uninterrupted(Call call) {
 /// Whether an error only says that the system is short of something now.
 inline bool isShortage(int error) { return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM; }
 
-/// Owns a file descriptor, or none (-1).
+/// The same open file under a number above those of the standard streams. In a process that has closed one of these, the
+/// system gives their numbers out again, and what is written to the stream would go into the file. -1, and errno says why,
+/// when there is none; the number given is closed then.
+inline int aboveStandardStreams(int descriptor) {
+  if (descriptor < 0 || descriptor > STDERR_FILENO) return descriptor;
+  const int moved = ::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  const int error = errno;
+  ::close(descriptor);
+  errno = error;
+  return moved;
+}
+
+/// Whether the process may make a file that large; errno says EFBIG when not. Asked before a write, which would end the
+/// process by SIGXFSZ.
+inline bool isWithinFileSizeLimit(std::size_t size) {
+  rlimit limit{};
+  const bool within =
+      ::getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY || size <= limit.rlim_cur;
+  if (!within) errno = EFBIG;
+  return within;
+}
+
+/// Owns a file descriptor that is none of a standard stream, or none (-1).
 class FileDescriptor {
 public:
-  explicit FileDescriptor(int descriptor = -1) : descriptor_(descriptor) {}
+  explicit FileDescriptor(int descriptor = -1) : descriptor_(aboveStandardStreams(descriptor)) {}
   FileDescriptor(FileDescriptor&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
   FileDescriptor& operator=(FileDescriptor&& other) noexcept {
     std::swap(descriptor_, other.descriptor_);

@@ -8,10 +8,10 @@
 
 #include <cerrno>
 #include <chrono>
+#include <ctime>
 #include <fcntl.h>
 #include <string_view>
 #include <sys/file.h>
-#include <thread>
 
 #include "platform/local/file_names.h"
 #include "platform/local/trace.h"
@@ -53,7 +53,7 @@ std::string writeNewFile(const BusDirectory& directory, const std::string& text)
   directory.remove(newName); // an editor that was killed left it, or it is something that one could hang on
   const int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
   const FileDescriptor file(::openat(directory.descriptor(), newName, flags, S_IRUSR | S_IWUSR));
-  if (file && writeAll(file.get(), text) && ::fsync(file.get()) == 0) return {};
+  if (file && isWithinFileSizeLimit(text.size()) && writeAll(file.get(), text) && ::fsync(file.get()) == 0) return {};
   std::string fault = failure("cannot write");
   directory.remove(newName);
   return fault;
@@ -69,9 +69,19 @@ std::string replaceFile(const BusDirectory& directory, const std::string& text) 
   return {};
 }
 
-// The lock of an edit. Edits take milliseconds, so it is asked for again and again: whoever waited for it in the kernel would
-// hang with a holder that hangs. Who gives it back pauses for two such times, so that each of the others finds it free.
+// Pauses until then. The time is absolute: a pause that counts what is left after each signal may never end.
+void pauseUntil(std::chrono::steady_clock::time_point time) {
+  const auto nanoseconds = std::chrono::duration_cast<std::chrono::nanoseconds>(time.time_since_epoch()).count();
+  const timespec end{static_cast<time_t>(nanoseconds / 1'000'000'000), static_cast<long>(nanoseconds % 1'000'000'000)};
+  while (::clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &end, nullptr) == EINTR) {
+  }
+}
+
+// The lock of an edit. Edits take milliseconds, so it is polled: a wait in the kernel would hang with a holder that hangs. Its
+// owner pauses for two polling intervals after giving it back, so that each of the others finds it free.
 class EditLock {
+  using Clock = std::chrono::steady_clock;
+
 public:
   explicit EditLock(const BusDirectory& directory)
       // A descriptor of its own, since the lock is the open file's.
@@ -81,17 +91,17 @@ public:
   ~EditLock() {
     if (!held_) return;
     file_ = FileDescriptor();
-    std::this_thread::sleep_for(2 * interval);
+    pauseUntil(Clock::now() + 2 * interval);
   }
 
   // Empty when it is held now.
   std::string take() {
     if (!file_) return failure("cannot lock");
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    const auto end = Clock::now() + std::chrono::seconds(5);
     while (::flock(file_.get(), LOCK_EX | LOCK_NB) != 0) {
       if (errno != EWOULDBLOCK && errno != EINTR) return failure("cannot lock");
-      if (std::chrono::steady_clock::now() > end) return "other processes have kept it locked for 5 s";
-      std::this_thread::sleep_for(interval);
+      if (Clock::now() > end) return "other processes have kept it locked for 5 s";
+      pauseUntil(Clock::now() + interval);
     }
     held_ = true;
     return {};

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "ovk/local_platform.h"
+#include "platform/local/file_descriptor.h"
 
 namespace ovk::local {
 
@@ -17,7 +18,7 @@ int waitDescriptor() {
   static pid_t owner = 0;
   if (descriptor >= 0 && owner == ::getpid()) return descriptor;
   owner = ::getpid();
-  return descriptor = ::epoll_create1(EPOLL_CLOEXEC);
+  return descriptor = aboveStandardStreams(::epoll_create1(EPOLL_CLOEXEC));
 }
 
 bool watch(int descriptor) {
