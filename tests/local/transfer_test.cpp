@@ -1,10 +1,13 @@
 #include <fcntl.h>
 #include <optional>
 #include <poll.h>
+#include <sys/epoll.h>
+#include <sys/syscall.h>
 
 #include "local_bus.h"
 #include "platform/local/file_descriptor.h"
 #include "platform/local/socket_address.h"
+#include "platform/shared_memory.h"
 
 namespace {
 
@@ -133,6 +136,90 @@ TEST_F(Transfer, OrderHoldsWhenAWriterConnectsAnew) {
   }
   for (const char* text : {"first", "a0", "b0", "a1", "b1", "a2", "b2"}) EXPECT_EQ(messageTo(fidA, text), receive(2));
   EXPECT_EQ("", receive(2));
+}
+
+std::function<void()> duringWait;
+
+// A wait asks one connection after the other: what happens meanwhile shows at some only, here at the one that listens.
+int onlyListeners(epoll_event* events, int count) {
+  const auto isNot = [](const epoll_event& event) {
+    int listens = 0;
+    socklen_t size = sizeof listens;
+    return ::getsockopt(event.data.fd, SOL_SOCKET, SO_ACCEPTCONN, &listens, &size) != 0 || listens == 0;
+  };
+  return static_cast<int>(std::remove_if(events, events + count, isNot) - events);
+}
+
+extern "C" int epoll_wait(int descriptor, epoll_event* events, int room, int timeout) {
+  const auto happening = std::exchange(duringWait, nullptr);
+  if (happening) happening();
+  const auto count = static_cast<int>(::syscall(SYS_epoll_pwait, descriptor, events, room, timeout, nullptr, 0));
+  return happening ? onlyListeners(events, count) : count;
+}
+
+TEST_F(Transfer, OrderHoldsWhenAWriterConnectsAnewDuringAWait) {
+  takePart(fidA);
+  FileDescriptor writer = stranger();
+  EXPECT_EQ("", receive(2));
+  duringWait = [&] {
+    sendAs(writer, "first");
+    writer = stranger();
+    sendAs(writer, "second");
+  };
+  EXPECT_EQ("first", receive(2));
+  EXPECT_EQ("second", receive(2));
+}
+
+// However many writers are ready at once, the old connection of one comes before its new one. Where a single look at the
+// connections were to end between the two, depends on how many are ready.
+TEST_F(Transfer, OrderHoldsAmongAThousandConnections) {
+  takePart(fidA);
+  std::vector<FileDescriptor> others;
+  for (int i = 0; i < 1000; ++i) others.push_back(stranger());
+  FileDescriptor writer = stranger();
+  EXPECT_EQ("", receive(2));
+  for (std::size_t ready = 505; ready < 513; ++ready) {
+    const FileDescriptor newcomer = stranger();
+    sendAs(writer, "zero");
+    for (std::size_t i = 0; i < ready; ++i) sendAs(others[i], "x");
+    EXPECT_EQ("zero", receive(2));
+    EXPECT_EQ("x", receive(2)) << "the writer's first connection is empty now";
+    sendAs(writer, "first");
+    writer = FileDescriptor();
+    writer = stranger();
+    sendAs(writer, "second");
+    std::string order;
+    for (int left = 2; left > 0;) {
+      const std::string message = receive(2);
+      if (message != "x" && !message.empty()) order += message + ' ', --left;
+    }
+    EXPECT_EQ("first second ", order) << ready;
+    while (isMessageWaiting()) receive(2);
+  }
+}
+
+// Whether the standard streams are closed before joining or after, nothing of the platform takes their place.
+TEST_F(Transfer, StandardStreamsThatAreClosedStayClosed) {
+  for (const bool closedFirst : {true, false}) {
+    Child closed([=](Child&) {
+      const auto closeStreams = [] {
+        for (const int stream : {0, 1, 2}) ::close(stream);
+      };
+      if (closedFirst) closeStreams();
+      takePart(fidA);
+      closeStreams();
+      EXPECT_EQ(0, createQMXBSharedMemory());
+      EXPECT_TRUE(ovk_local_start_watching());
+      EXPECT_EQ(0, send(0, messageTo(fidA, "x")));
+      EXPECT_EQ(messageTo(fidA, "x"), receive(2));
+      const FileDescriptor late = stranger();
+      EXPECT_EQ("", receive(2));
+      bool open = false;
+      for (const int stream : {0, 1, 2}) open = open || ::fcntl(stream, F_GETFD) == 0;
+      EXPECT_FALSE(open || late.get() < 3);
+    });
+    EXPECT_EQ(0, closed.finish()) << closedFirst;
+  }
 }
 
 // A child that the application forked keeps copies of its parent's connections, which must not be looked at any more.

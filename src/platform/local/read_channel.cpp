@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <cstring>
 #include <poll.h>
-#include <sys/epoll.h>
 #include <sys/ioctl.h>
 
 #include "platform/local/socket_address.h"
@@ -19,9 +18,6 @@
 namespace ovk::local {
 
 namespace {
-
-// Enough that no connection in use is left out of one look: the order among writers' connections depends on it.
-constexpr int mostEvents = 256;
 
 FileDescriptor listenAt(const std::string& path) {
   sockaddr_un address;
@@ -84,25 +80,30 @@ int ReadChannel::read(void* buffer, unsigned size) {
   }
 }
 
-// Fills the list of connections to be emptied; false when there are none.
+// Lists the connections to be emptied; false when there are none. A new connection is accepted before the list is made: what
+// its writer has sent through an older one is certain to be in the list then, and comes first.
 bool ReadChannel::look() {
-  epoll_event events[mostEvents];
-  const int count = uninterrupted([&] { return ::epoll_wait(events_.get(), events, mostEvents, 0); });
-  knocked_ = paused_; // perhaps: nothing tells of it
-  for (int i = 0; i < count; ++i) {
-    if (events[i].data.fd == listener_.get()) {
-      knocked_ = true;
-    } else {
-      ready_.push_back(events[i].data.fd);
-    }
+  int count = findReady();
+  const auto isListener = [this](const epoll_event& event) { return event.data.fd == listener_.get(); };
+  knocked_ = paused_ || std::any_of(found_.begin(), found_.begin() + count, isListener); // no event comes while paused
+  const int newcomer = knocked_ ? acceptOne() : -1;
+  if (knocked_) count = findReady();
+  for (auto event = found_.begin(); event != found_.begin() + count; ++event) {
+    if (!isListener(*event) && event->data.fd != newcomer) ready_.push_back(event->data.fd);
   }
-  if (knocked_) acceptOne();
+  if (newcomer >= 0) ready_.push_back(newcomer);
   return !ready_.empty();
 }
 
-// Without a descriptor for the next connection the listener would stay readable: it is left alone until one is free.
-void ReadChannel::acceptOne() {
-  makeRoomForOne(); // first: without memory the writer must stay at the door, with all that it has written already
+int ReadChannel::findReady() {
+  const int room = static_cast<int>(found_.size());
+  return std::max(0, uninterrupted([&] { return ::epoll_wait(events_.get(), found_.data(), room, 0); }));
+}
+
+// Returns the new connection, or -1. Without a descriptor for it the listener would stay readable: it is left alone until one
+// is free.
+int ReadChannel::acceptOne() {
+  makeRoomForOne(); // first: without memory the writer must wait, with all that it has written already
   FileDescriptor connection(
       uninterrupted([this] { return ::accept4(listener_.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC); }));
   const int error = errno;
@@ -112,21 +113,21 @@ void ReadChannel::acceptOne() {
     listenTo(listener_.get(), EPOLL_CTL_MOD, shortage ? 0U : unsigned{EPOLLIN});
     if (shortage) OVK_LOCAL_TRACE(traceError, "cannot take in a new writer: %s\n", errorText(error).c_str());
   }
-  if (connection) adopt(std::move(connection));
+  return connection ? adopt(std::move(connection)) : -1;
 }
 
-void ReadChannel::adopt(FileDescriptor connection) {
-  const int descriptor = connection.get();
-  if (!listenTo(descriptor, EPOLL_CTL_ADD, EPOLLIN)) {
+int ReadChannel::adopt(FileDescriptor connection) {
+  if (!listenTo(connection.get(), EPOLL_CTL_ADD, EPOLLIN)) {
     OVK_LOCAL_TRACE(traceError, "cannot wait for a new writer: %s\n", errorText(errno).c_str());
-    return;
+    return -1;
   }
   connections_.push_back(std::move(connection));
-  ready_.push_back(descriptor);
+  return connections_.back().get();
 }
 
 void ReadChannel::makeRoomForOne() {
   if (connections_.size() == connections_.capacity()) connections_.reserve(2 * connections_.size() + 1);
+  if (found_.size() < connections_.size() + 2) found_.resize(2 * found_.size());
 }
 
 void ReadChannel::close(int connection) {

@@ -3,6 +3,7 @@
 #include <deque>
 #include <memory>
 #include <string>
+#include <sys/epoll.h>
 #include <sys/types.h>
 #include <vector>
 
@@ -27,8 +28,9 @@ private:
   ReadChannel(BusDirectoryPtr directory, std::string socketName);
 
   bool look();
-  void acceptOne();
-  void adopt(FileDescriptor connection);
+  int findReady();
+  int acceptOne();
+  int adopt(FileDescriptor connection);
   void makeRoomForOne();
   void close(int connection);
   bool listenTo(int descriptor, int operation, unsigned events) const;
@@ -39,6 +41,8 @@ private:
   FileDescriptor listener_;
   FileDescriptor events_;
   std::vector<FileDescriptor> connections_;
+  // Room for the listener and every connection: a look that leaves one out would spoil the order among a writer's own.
+  std::vector<epoll_event> found_ = std::vector<epoll_event>(8);
   std::deque<int> ready_; // connections that may hold messages, in the order in which they are to be emptied
   bool knocked_ = false;  // at the last look a writer wanted to be taken in, and others may wait behind it
   bool paused_ = false;   // no descriptor was left for the next connection
