@@ -39,9 +39,10 @@ enum ovk_MessageType_t : int {
 
 /// How the library calls a service callback: with the service's record (see ovk/records.h) and that record's size in
 /// bytes. The record and its blocks are lent for the duration of the call: copy what is to be kept, free nothing. The
-/// callback may call any function of this library. When callbacks call ovk_DoWork(), up to 8 such calls nest; a deeper one
-/// reads nothing and leaves the messages, in their order, to the calls around it (one level 2 trace line says so). A negative result is traced as a failure to process the message; the
-/// value has no other effect. An exception passes through ovk_DoWork() to its caller after the record was released.
+/// callback may call any function of this library. When callbacks call ovk_DoWork(), at most 8 such calls nest. A deeper one
+/// reads nothing and writes one level-2 trace line; the messages stay queued, in their order, for the calls around it. A
+/// negative result is traced as a failure to process the message; the value has no other effect. An exception passes through
+/// ovk_DoWork() to its caller after the record was released.
 using ovk_ServiceCallback_t = int (*)(void* pData, unsigned int DataLen);
 
 /// One registration, as kept in `OrvaneServices`.
@@ -56,7 +57,8 @@ struct OrvaneServiceRegistration_t {
 };
 
 /// The registrations, indexed by service number. Eight entries, all zero when the library is loaded; only
-/// ovk_RegisterForService() overwrites them and nothing clears them, shutdown included.
+/// ovk_RegisterForService() overwrites them and nothing clears them, shutdown included. The table lives for as long as the
+/// library is loaded: exit handlers and destructors of static objects may use it.
 extern OVK_API std::vector<OrvaneServiceRegistration_t> OrvaneServices;
 
 /// Binds the library to the application's own fusion identifier and starts the topology service and the shared memory.
