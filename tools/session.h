@@ -97,7 +97,7 @@ private:
   /// Leaves a service without a receiver: an answer that comes later than its timeout is ignored.
   struct Unlisten {
     ovk_Service_t service;
-    ~Unlisten() { OrvaneServices[service].p_UserContext = nullptr; }
+    ~Unlisten() { OrvaneServices[static_cast<std::size_t>(service)].p_UserContext = nullptr; }
   };
 
   template <ovk_Service_t service, class Record, class Receiver>
