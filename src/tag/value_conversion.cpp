@@ -1,10 +1,12 @@
 // Tag values as texts. What is written and read is what printf and scanf would do in the C locale; the application's locale
 // must not turn a point into a comma, so neither is used.
 //
-// One thing differs on purpose: a number outside the range of its type does not convert, where scanf would wrap it round.
+// One thing differs on purpose: a number outside the range of its type does not convert, where scanf would wrap it round or
+// make it infinite or 0.
 
 #include "tag/value_conversion.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 #include <limits>
@@ -32,6 +34,8 @@ ValueKind kindOf(uint8_t idd) {
 }
 
 constexpr std::string_view blanks = " \t\n\v\f\r";
+constexpr std::string_view digits = "0123456789";
+constexpr std::string_view hexDigits = "0123456789abcdefABCDEF";
 
 std::string_view skipBlanks(std::string_view text) {
   text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
@@ -46,11 +50,16 @@ bool cutSign(std::string_view& text) {
   return minus;
 }
 
+// The character at `at`, if there is one, is in the set.
+bool isOneOf(std::string_view set, std::string_view text, std::size_t at) {
+  return at < text.size() && set.find(text[at]) != std::string_view::npos;
+}
+
 bool isHexPrefix(std::string_view text) { return text.size() >= 2 && text[0] == '0' && (text[1] | 0x20) == 'x'; }
 
 // Takes "0x" off when a hexadecimal number follows; its 0 alone is a number too.
 int cutBase(std::string_view& text) {
-  if (isHexPrefix(text) && text.size() > 2 && std::strchr("0123456789abcdefABCDEF", text[2]) != nullptr) {
+  if (isHexPrefix(text) && isOneOf(hexDigits, text, 2)) {
     text.remove_prefix(2);
     return 16;
   }
@@ -58,6 +67,34 @@ int cutBase(std::string_view& text) {
 }
 
 const char* endOf(std::string_view text) { return text.data() + text.size(); }
+
+// Whether the text begins with that word of small letters, in capitals or not.
+bool beginsWith(std::string_view text, std::string_view word) {
+  return text.size() >= word.size() && std::equal(word.begin(), word.end(), text.begin(), [](char small, char c) {
+           return (c | 0x20) == small; // true of the letter in either case, and of nothing else
+         });
+}
+
+// "nan", "inf" or "infinity". An i behind "inf" must begin the rest of the long word.
+bool readWordNumber(std::string_view text, float& value) {
+  const bool isNan = beginsWith(text, "nan");
+  value = isNan ? std::numeric_limits<float>::quiet_NaN() : std::numeric_limits<float>::infinity();
+  return isNan || beginsWith(text, beginsWith(text, "infi") ? "infinity" : "inf");
+}
+
+bool readDigits(std::string_view text, float& value) {
+  const bool isHex = isHexPrefix(text);
+  if (isHex) text.remove_prefix(2);
+  const bool beginsWithPoint = isOneOf(".", text, 0);
+  if (isHex && beginsWithPoint && !isOneOf(hexDigits, text, 1)) { // "0x." is the number 0, "0x" is none
+    value = 0;
+    return true;
+  }
+  if (!beginsWithPoint && !isOneOf(isHex ? hexDigits : digits, text, 0)) return false;
+  text = text.substr(0, text.find("+-")); // hexadecimal exponents are read with both signs
+  const auto format = isHex ? std::chars_format::hex : std::chars_format::general;
+  return std::from_chars(text.data(), endOf(text), value, format).ec == std::errc();
+}
 
 } // namespace
 
@@ -77,15 +114,8 @@ bool readNumber(std::string_view text, NumberBase base, std::int64_t low, std::i
 bool readFloat(std::string_view text, float& number) {
   text = skipBlanks(text);
   const bool minus = cutSign(text);
-  if (!text.empty() && text.front() == '-') return false; // a second sign
-  auto format = std::chars_format::general;
-  if (isHexPrefix(text)) {
-    text.remove_prefix(2);
-    format = std::chars_format::hex;
-    if (!text.empty() && text.front() == '-') return false;
-  }
   float value = 0;
-  if (std::from_chars(text.data(), endOf(text), value, format).ec != std::errc()) return false;
+  if (!readWordNumber(text, value) && !readDigits(text, value)) return false;
   number = minus ? -value : value;
   return true;
 }

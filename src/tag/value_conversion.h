@@ -15,7 +15,8 @@ namespace ovk {
 enum class NumberBase { decimal, any };
 bool readNumber(std::string_view text, NumberBase base, std::int64_t low, std::int64_t high, std::int64_t& number);
 
-/// What the conversion "%f" makes of the beginning of a text. False when no number is there or it is too large.
+/// What the conversion "%f" makes of the beginning of a text. False when no number is there, or one that is too large or too
+/// small for a float.
 bool readFloat(std::string_view text, float& number);
 
 /// The text under "data" of an item: its value by its `idd`, or "empty".
