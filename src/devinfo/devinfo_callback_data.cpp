@@ -1,9 +1,12 @@
 // The bodies of the device information records.
 //
 // Applications were told that both counts lie in 0 to 10, so both lists get 10 slots; of the reserved register blocks only
-// 4 can be sent, and a foreign writer's announcement of more is reported as not usable.
+// 4 can be sent, and a foreign writer's announcement of more is reported as not usable. A negative count is one that senders
+// may write, so it becomes -1 without an error line.
 
 #include "devinfo/devinfo_callback_data.h"
+
+#include <algorithm>
 
 #include "core/block.h"
 #include "core/trace.h"
@@ -19,7 +22,7 @@ static_assert(listSlots >= ovk_MaxTagRegBlocks && listSlots >= ovk_MaxResRegBloc
 constexpr int notUsable = -1;
 
 int usableCount(const char* function, const char* name, int announced, int limit) {
-  if (announced >= 0 && announced <= limit) return announced;
+  if (announced <= limit) return std::max(announced, notUsable);
   OVK_TRACE_AS(function, traceError, "%s of %d is not usable, possible are 0 to %d\n", name, announced, limit);
   return notUsable;
 }
