@@ -181,11 +181,12 @@ TEST_F(Receive, RecordFunctions) {
 
 // By service: the blocks taken, and what is said when one that the record owns is missing.
 const std::string words = "no memory for two buffers of 1024 registers\n";
+const std::string nulls = "Null Pointer passed!\n";
 const std::pair<int, std::string> blocks[] = {{3, "no memory for two lists of 10 register blocks\n"},
                                               {1, ""},
                                               {2, "no memory for 1 elements of pCallbackData->pTagItems\n"},
                                               {2, "no memory for 1 elements of pCallbackData->pTags\n"},
-                                              {3, words + "getMsgRegisterContent() failed for message MSG\n"},
+                                              {3, nulls + "getMsgRegisterContent() failed for message MSG\n"},
                                               {1, ""},
                                               {1, ""},
                                               {3, words}};

@@ -41,9 +41,8 @@ struct Areas {
 } // namespace
 
 int getRegisterReadRspCallbackData(const char* msg, unsigned msgLen, ovk_RegisterReadRspCallbackData_t* pCallbackData) {
-  Areas areas;
-  if (!areas.areAllocated(__func__) ||
-      getMsgRegisterContent(msg, msgLen, &areas.start1, areas.values1.get(), &areas.count1, &areas.start2,
+  Areas areas; // a buffer that could not be allocated is refused, and traced, as a null output
+  if (getMsgRegisterContent(msg, msgLen, &areas.start1, areas.values1.get(), &areas.count1, &areas.start2,
                             areas.values2.get(), &areas.count2) != 0) {
     OVK_TRACE(traceError, "getMsgRegisterContent() failed for message %s\n", msg);
     return -1;
