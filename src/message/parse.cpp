@@ -9,6 +9,7 @@
 #include "message/parse.h"
 
 #include <algorithm>
+#include <charconv>
 #include <string>
 
 #include "core/identifiers.h"
@@ -69,8 +70,24 @@ int readOutcome(const char* function, const Json& message, const char* msg, int 
   return succeeded ? result : readErrReason(function, message, msg, errReason);
 }
 
+constexpr std::size_t escapeLength = 6; // of "\uXXXX"
+
+// The number in the escape "\uXXXX" at `at`; -1 when none is there.
+int escapedUnit(std::string_view text, std::size_t at) {
+  const std::string_view escape = text.substr(at, escapeLength);
+  if (escape.size() < escapeLength || escape.substr(0, 2) != "\\u") return -1;
+  unsigned unit = 0;
+  const char* const end = escape.data() + escapeLength;
+  return std::from_chars(end - 4, end, unit, 16).ptr == end ? static_cast<int>(unit) : -1;
+}
+
 // The bytes that must stay together from `at` on.
 std::size_t unitLength(std::string_view text, std::size_t at) {
+  if (const int unit = escapedUnit(text, at); unit >= 0) {
+    const bool isHigh = (unit & 0xFC00) == 0xD800; // the first half of a character beyond U+FFFF
+    const bool isPair = isHigh && (escapedUnit(text, at + escapeLength) & 0xFC00) == 0xDC00;
+    return isPair ? 2 * escapeLength : escapeLength;
+  }
   if (text[at] == '\\' && at + 1 < text.size()) return 1 + unitLength(text.substr(0, at + 2), at + 1);
   const auto lead = static_cast<unsigned char>(text[at]);
   if (lead >= 0xF0) return 4;

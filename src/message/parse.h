@@ -29,8 +29,8 @@ void copyHeader(const CommonMembers& members, Record& record) {
   copyText(record.refId, members.refId);
 }
 
-/// The length of the longest beginning of `text` that fits `limit` bytes and splits neither a backslash from its partner
-/// nor a UTF-8 sequence.
+/// The length of the longest beginning of `text` that fits `limit` bytes and splits neither an escape sequence
+/// nor a UTF-8 sequence, nor the two "\uXXXX" of one character.
 std::size_t fittingLength(std::string_view text, std::size_t limit);
 
 } // namespace ovk
