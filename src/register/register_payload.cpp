@@ -29,11 +29,6 @@ using TwoAreas = std::array<AreaOutputs, 2>;
 
 enum class NegativeStart { taken, refused };
 
-bool isEmpty(const char* function, const std::string& fid, const char* text) {
-  if (fid.empty()) OVK_TRACE_AS(function, traceError, "%s", text);
-  return fid.empty();
-}
-
 void addRegisterBlock(const char* function, Json& blocks, const RegisterArea& area) {
   OVK_TRACE_AS(function, traceProgress, "process register area start_address %d/0x%X, num_regs %d\n", area.start,
                static_cast<unsigned>(area.start), area.count);
@@ -94,9 +89,18 @@ void readAreas(const char* function, const Json& message, const TwoAreas& areas,
 int ovk_build_register_write_message(const std::string& dstFid, const std::string& dstGatewayFid,
                                      const std::string& srcFid, const std::string& refId, int sendNotification,
                                      const std::vector<RegisterArea>& areas, Json& msg) {
-  if (isEmpty(__func__, dstFid, "Empty destination fid\n")) return -1;
-  if (isEmpty(__func__, dstGatewayFid, "Empty destination gateway fid\n")) return -2;
-  if (isEmpty(__func__, srcFid, "Empty source fid\n")) return -3;
+  if (dstFid.empty()) {
+    OVK_TRACE(traceError, "Empty destination fid\n");
+    return -1;
+  }
+  if (dstGatewayFid.empty()) {
+    OVK_TRACE(traceError, "Empty destination gateway fid\n");
+    return -2;
+  }
+  if (srcFid.empty()) {
+    OVK_TRACE(traceError, "Empty source fid\n");
+    return -3;
+  }
   ovk::addHeading(msg, getServiceMsgType(ovk_Service_RegisterWriteClient), refId);
   if (sendNotification != 0 && sendNotification != 1) {
     OVK_TRACE(traceError, "Invalid value %d for sendNotification parameter\n", sendNotification);
@@ -126,9 +130,18 @@ int ovk_build_data_read_response_message(const std::string& dstFid, const std::s
             dstFid.c_str(), srcAtFid.c_str(), srcFid.c_str(), refId.c_str());
   OVK_TRACE(traceProgress, "ovk_build_data_read_resp_message ... success=%d, ErrReason=%s )\n", success ? 1 : 0,
             ovk::shown(errReason));
-  if (isEmpty(__func__, dstFid, "Empty destination fid\n")) return -1;
-  if (isEmpty(__func__, srcFid, "Empty source fid\n")) return -2;
-  if (isEmpty(__func__, srcAtFid, "Empty src_at_fid\n")) return -3;
+  if (dstFid.empty()) {
+    OVK_TRACE(traceError, "Empty destination fid\n");
+    return -1;
+  }
+  if (srcFid.empty()) {
+    OVK_TRACE(traceError, "Empty source fid\n");
+    return -2;
+  }
+  if (srcAtFid.empty()) {
+    OVK_TRACE(traceError, "Empty src_at_fid\n");
+    return -3;
+  }
   ovk::addHeading(msg, getServiceMsgType(ovk_Service_RegisterReadServer), refId);
   ovk::addParticipants(msg, {srcFid, srcAtFid}, {dstFid, {}});
   Json blocks(Json::Kind::array);

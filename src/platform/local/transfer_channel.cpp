@@ -69,8 +69,12 @@ int targetChannel(int index) {
 // Makes the process a participant unless it is one already.
 bool takePart(Channels& all) {
   if (all.presence && all.fid == ownFid()) return true;
-  if (all.presence || ownFid().empty()) {
-    OVK_LOCAL_TRACE(traceError, "%s\n", all.presence ? "channels of another identifier are open" : "no own identifier");
+  if (all.presence) {
+    OVK_LOCAL_TRACE(traceError, "channels of another identifier are open\n");
+    return false;
+  }
+  if (ownFid().empty()) {
+    OVK_LOCAL_TRACE(traceError, "no own identifier\n");
     return false;
   }
   all.directory = busDirectory();
