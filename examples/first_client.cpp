@@ -31,7 +31,7 @@ int main(int argc, char* argv[]) {
   unsigned status = ovk_RegisterForService(ovk_Service_RegisterReadClient, reinterpret_cast<void*>(onAnswer), nullptr,
                                            nullptr, nullptr);
   if (status == ovk_Status_Done) status = ovk_ReadRegisters(device, "read-1", 100, 4, -1, 0);
-  if (status != ovk_Status_Done) std::printf("not sent: status %u\n", status);
+  if (status != ovk_Status_Done) std::printf("%s\n", ovk_StatusText(status));
   pollfd wait = {ovk_local_wait_descriptor(), POLLIN, 0};
   while (status == ovk_Status_Done && !answered && poll(&wait, 1, 2000) > 0) ovk_DoWork(nullptr, nullptr, nullptr);
   if (status == ovk_Status_Done && !answered) std::printf("no answer\n");

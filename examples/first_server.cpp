@@ -31,7 +31,10 @@ int main(int argc, char* argv[]) {
   ovk_Init(true, own, nullptr, nullptr, nullptr);
   const unsigned status = ovk_RegisterForService(ovk_Service_RegisterReadServer, reinterpret_cast<void*>(onReadRequest),
                                                  nullptr, nullptr, nullptr);
-  if (status != ovk_Status_Done) return 1;
+  if (status != ovk_Status_Done) {
+    std::fprintf(stderr, "%s\n", ovk_StatusText(status));
+    return 1;
+  }
   std::printf("ready %s\n", own);
   std::fflush(stdout);
   pollfd wait = {ovk_local_wait_descriptor(), POLLIN, 0};

@@ -94,7 +94,7 @@ void ask(const std::string& question) {
   const unsigned status = ovk_ReadRegisters(device.c_str(), refId.c_str(), static_cast<int>(address), 1, -1, 0);
   if (status == ovk_Status_Done) return;
   openRequests.close(refId.c_str(), device.c_str()); // nothing was sent, so nothing will come
-  fail(device, "not sent, status " + std::to_string(status));
+  fail(device, ovk_StatusText(status));
 }
 
 } // namespace
@@ -103,8 +103,10 @@ int main(int argc, char* argv[]) {
   const bool busGiven = argc > 2 && std::strcmp(argv[1], "--bus") == 0;
   if (busGiven) ovk_local_set_bus_directory(argv[2]);
   ovk_Init(true, "VR001_00001_0000000000C2", nullptr, nullptr, nullptr);
-  if (ovk_RegisterForService(ovk_Service_RegisterReadClient, reinterpret_cast<void*>(onAnswer), nullptr, nullptr,
-                             nullptr) != ovk_Status_Done) {
+  const unsigned status = ovk_RegisterForService(ovk_Service_RegisterReadClient, reinterpret_cast<void*>(onAnswer),
+                                                 nullptr, nullptr, nullptr);
+  if (status != ovk_Status_Done) {
+    std::printf("%s\n", ovk_StatusText(status));
     return 1;
   }
   for (int i = busGiven ? 3 : 1; i < argc; ++i) ask(argv[i]);

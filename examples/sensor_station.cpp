@@ -76,12 +76,16 @@ int onWrite(void* data, unsigned /*length*/) {
   return 0;
 }
 
+bool isDone(unsigned status) {
+  if (status != ovk_Status_Done) std::fprintf(stderr, "%s\n", ovk_StatusText(status));
+  return status == ovk_Status_Done;
+}
+
 bool open() {
   const auto serve = [](ovk_Service_t service, ovk_ServiceCallback_t callback) {
-    return ovk_RegisterForService(service, reinterpret_cast<void*>(callback), nullptr, nullptr, nullptr) ==
-           ovk_Status_Done;
+    return isDone(ovk_RegisterForService(service, reinterpret_cast<void*>(callback), nullptr, nullptr, nullptr));
   };
-  if (ovk_Init(true, station, nullptr, nullptr, nullptr) != ovk_Status_Done) return false;
+  if (!isDone(ovk_Init(true, station, nullptr, nullptr, nullptr))) return false;
   if (!serve(ovk_Service_RegisterReadServer, onRead) || !serve(ovk_Service_RegisterWriteServer, onWrite)) return false;
   return std::all_of(std::begin(sensors), std::end(sensors), [](const Sensor& sensor) {
     return ovk_topology_cfg_set_static_device(station, sensor.fid, sensor.name) != 0; // so that others can find it

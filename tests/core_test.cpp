@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <random>
+#include <set>
 
 #include "core/catalogue.h"
 #include "core/identifiers.h"
@@ -74,6 +75,14 @@ TEST_F(Core, NoServices) {
   EXPECT_EQ(untouched, ovk_Service_TagReadClient);
   EXPECT_EQ(platform().errors(), "invalid/unhandled message type 199\nno valid service found for MsgType 199\n"
                                  "invalid/unhandled message type 208\nno valid service found for MsgType 208\n");
+}
+
+TEST_F(Core, StatusesInWords) {
+  const std::string unknown = ovk_StatusText(1);
+  std::set<std::string> texts = {unknown};
+  for (const unsigned status : {0U, 2U, 4U, 6U, 7U, 8U})
+    EXPECT_TRUE(texts.insert(ovk_StatusText(status)).second) << status;
+  for (const unsigned status : {3U, 5U, 9U, ~0U}) EXPECT_EQ(ovk_StatusText(status), unknown) << status;
 }
 
 unsigned topology1(const char* /*a*/, const char* /*b*/, const char* /*c*/, unsigned /*d*/, char* /*e*/) { return 0; }

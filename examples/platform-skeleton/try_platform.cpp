@@ -16,6 +16,10 @@ int onAnswer(void* data, unsigned /*length*/) {
   return ++answers;
 }
 
+void say(const char* step, unsigned status) {
+  std::printf("%-13s status %u: %s\n", step, status, ovk_StatusText(status));
+}
+
 // Nothing here tells when a message comes, as your platform may do, so this looks every 10 ms.
 void workForASecond() {
   for (int i = 0; i < 100 && answers == 0; ++i) {
@@ -30,15 +34,14 @@ int main(int argc, char* argv[]) {
   std::setvbuf(stdout, nullptr, _IONBF, 0); // in step with the trace
   const char* own = argc > 1 ? argv[1] : "VR001_00001_0000000000C1";
   const char* device = argc > 2 ? argv[2] : own;
-  std::printf("start         status %u\n", ovk_Init(true, own, nullptr, nullptr, nullptr));
-  std::printf("registration  status %u\n",
-              ovk_RegisterForService(ovk_Service_RegisterReadClient, reinterpret_cast<void*>(onAnswer), nullptr,
-                                     nullptr, nullptr));
+  say("start", ovk_Init(true, own, nullptr, nullptr, nullptr));
+  say("registration", ovk_RegisterForService(ovk_Service_RegisterReadClient, reinterpret_cast<void*>(onAnswer), nullptr,
+                                             nullptr, nullptr));
   std::vector<ovk_topology_controller_t> controllers;
   const bool delivered = ovk_topology_get_list(controllers);
   std::printf("topology      %s, controllers: %zu\n", delivered ? "delivered" : "not delivered", controllers.size());
   const unsigned sent = ovk_ReadRegisters(device, "try-1", 0, 1, -1, 0);
-  std::printf("request       status %u\n", sent);
+  say("request", sent);
   if (sent == ovk_Status_Done) workForASecond();
   if (answers == 0) std::printf("answer        none\n");
   std::printf("shutdown      status %d\n", ovk_QMXBusShutdown());

@@ -17,3 +17,21 @@ enum ovk_Status_t : unsigned {
   ovk_Status_NotWritten = 7,       ///< the transfer channel refused the message; getTagFromConfig: empty "telegram"
   ovk_Status_NoTransferChannel = 8 ///< a transfer channel could not be created
 };
+
+/// What a status means, in one clause for a person, such as "unknown destination or invalid argument: nothing was sent".
+/// Programs compare the status; the wording may change.
+///
+/// @param status as returned by one of the functions above. Of getTagFromConfig() alone, 7 means something else.
+/// @return a text that lives as long as the program, never null; "unknown status" for any other number.
+inline const char* ovk_StatusText(unsigned status) {
+  switch (status) {
+  case ovk_Status_Done: return "done";
+  case ovk_Status_Invalid: return "unknown destination or invalid argument: nothing was sent";
+  case ovk_Status_Topology: return "unknown destination or own identifier: nothing was sent";
+  case ovk_Status_NoCallback: return "no callback for the service: nothing was sent";
+  case ovk_Status_NotWritten: return "the receiver does not run or does not read: nothing was sent";
+  case ovk_Status_NoTransferChannel:
+    return "no transfer channel: another process has the identifier or the bus cannot be used";
+  default: return "unknown status";
+  }
+}

@@ -56,7 +56,7 @@ stop() {
   failures=$((failures + 1))
 }
 
-check 1 first_client $server "$bus" <<<"not sent: status 2"
+check 1 first_client $server "$bus" <<<"unknown destination or invalid argument: nothing was sent"
 
 start 1 first_server "$bus"
 check 0 first_client $server "$bus" <<END
@@ -99,7 +99,7 @@ for sensor in $level $silent; do
 done
 start 3 ovk --bus "$bus" sim --id $pump "$devices"/*.json
 check 1 open_requests --bus "$bus" $silent:0 $nobody:1 $pump:102 $level:0 <<END
-$nobody: not sent, status 2
+$nobody: unknown destination or invalid argument: nothing was sent
 $pump: register 102 = 1450
 $level: register 0 = 3275
 $silent: no answer
