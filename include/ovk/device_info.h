@@ -11,7 +11,8 @@ constexpr int ovk_MaxResRegBlocks = 4;  ///< most reserved register blocks of on
 /// Asks another participant to describe its register layout.
 ///
 /// One request is written before the call returns; the answer arrives inside a later ovk_DoWork() as
-/// ovk_DescriptorReadRspCallbackData_t. A failed answer never reaches the callback.
+/// ovk_DescriptorReadRspCallbackData_t. A failed answer of this library never reaches the callback. Look at `success` all the
+/// same: one of another writer does when it has counts and buffer size.
 ///
 /// @param dstFid participant to ask. Must be known to the topology service.
 /// @param refId  caller's own reference, 0 to 40 characters without '"' or '\'.

@@ -13,7 +13,8 @@
 ///
 ///     srcFid      fusion identifier of the sender, 24 characters and NUL
 ///     dstFid      fusion identifier of the participant addressed, 24 characters and NUL
-///     refId       reference that the requester chose, 0 to 40 characters and NUL
+///     refId       reference that the requester chose, 0 to 40 characters and NUL; empty, too, in a failed answer of
+///                 another writer that lacks it
 ///
 /// and in the records of responses also:
 ///
@@ -34,7 +35,8 @@ struct ovk_CommonData_t {
   char refId[ovk_RefIdLength + 1];     ///< the requester's reference
 };
 
-/// ovk_Service_DescriptorReadClient: the answer to ovk_ReadDeviceInfo(). Failed answers never get here.
+/// ovk_Service_DescriptorReadClient: the answer to ovk_ReadDeviceInfo(). A failed answer of this library has no payload and
+/// never gets here; one of another writer that has counts and buffer size does, with `success` 0.
 struct ovk_DescriptorReadRspCallbackData_t {
   char srcFid[ovk_FusionIdLength + 1];     ///< who sent the message
   char dstFid[ovk_FusionIdLength + 1];     ///< who is addressed

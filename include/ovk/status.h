@@ -21,7 +21,7 @@ enum ovk_Status_t : unsigned {
 /// What a status means, in one clause for a person, such as "unknown destination or invalid argument: nothing was sent".
 /// Programs compare the status; the wording may change.
 ///
-/// @param status as returned by one of the functions above. Of getTagFromConfig() alone, 7 means something else.
+/// @param status as returned by an exported function. Of getTagFromConfig() alone, 7 means an empty "telegram".
 /// @return a text that lives as long as the program, never null; "unknown status" for any other number.
 inline const char* ovk_StatusText(unsigned status) {
   switch (status) {

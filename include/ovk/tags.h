@@ -51,8 +51,9 @@ using TagItem_t = _TagItem_t; ///< the name to use
 ///
 /// @param tagConfig      the configuration item.
 /// @param tag            receives the selector on status 0. The number is cut to its low 16 bits.
-/// @param fusionIdReturn receives the device's fusion identifier (not checked beyond its 24 characters) as soon as it
-///                       was found: on status 0, and also when the tag is missing or not a number.
+/// @param fusionIdReturn receives the text of "fid" as soon as it was found: on status 0, and also when the tag is missing
+///                       or not a number. Only its length is checked, at most 24 characters: a value that is no string
+///                       gives its JSON text, and no message can carry some of these texts.
 /// @return 0 taken; 2 text empty, no "telegram", no "fid" or a longer one, no tag, or tag not a number; 7 "telegram" is
 ///         empty.
 OVK_API unsigned int getTagFromConfig(std::string tagConfig, DevTagDevInfoTag& tag, std::string& fusionIdReturn);
