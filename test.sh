@@ -3,7 +3,7 @@
 set -euo pipefail
 cd "$(dirname "$0")"
 
-scripts/need g++ cmake ninja-build libgtest-dev libgmock-dev libcli11-dev nlohmann-json3-dev jq locales
+scripts/need g++ cmake ninja-build libgtest-dev libgmock-dev libcli11-dev nlohmann-json3-dev jq locales python3
 cmake --preset dev
 cmake --build --preset dev
 ctest --preset dev "$@"
