@@ -12,6 +12,7 @@
 #include "ovk/local_platform.h"
 #include "ovk/records.h"
 #include "platform/local/file_names.h"
+#include "platform/local/lasting.h"
 #include "platform/local/socket_address.h"
 #include "platform/local/trace.h"
 
@@ -24,11 +25,9 @@ struct Choice {
   BusDirectoryPtr opened;
 };
 
-// Never destroyed: a program may still shut the bus down while its own statics go.
-Choice& choice() {
-  static Choice& chosen = *new Choice;
-  return chosen;
-}
+Lasting<Choice> chosen;
+Choice& choice() { return chosen.get(); }
+[[gnu::destructor]] void endChoice() { chosen.end(); }
 
 std::string faultOf(const struct stat& seen) {
   static const uid_t self = ::geteuid(); // kept: each look is to be one system call

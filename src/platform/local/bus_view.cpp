@@ -13,6 +13,7 @@
 
 #include "platform/local/file_lock.h"
 #include "platform/local/file_names.h"
+#include "platform/local/lasting.h"
 #include "platform/local/own_identity.h"
 #include "platform/local/topology_file.h"
 #include "platform/local/trace.h"
@@ -227,9 +228,11 @@ const std::string* BusView::parentOf(const std::string& fid) const {
   return found != parents_.end() ? &found->second : nullptr;
 }
 
-BusView& busView() {
-  static BusView& view = *new BusView; // never destroyed: messages may be written while the program's statics go
-  return view;
-}
+namespace {
+Lasting<BusView> view;
+[[gnu::destructor]] void endView() { view.end(); }
+} // namespace
+
+BusView& busView() { return view.get(); }
 
 } // namespace ovk::local

@@ -62,14 +62,10 @@ struct Published {
   ~Published() { countIn(privateCells); }
 };
 
-// Never destroyed: the program's statics and exit handlers may still count.
-std::optional<Published>& published() {
-  static auto& file = *new std::optional<Published>;
-  return file;
-}
+Published* published = nullptr;
 
-// After the last exit handler, so that nothing stays in the bus directory.
-[[gnu::destructor]] void withdraw() { published().reset(); }
+// Also runs after the last exit handler, so that nothing stays in the bus directory.
+[[gnu::destructor]] void withdraw() { delete std::exchange(published, nullptr); }
 
 // Space is reserved at once: a full disk must not end the process at some later increment.
 bool makeEmpty(int file) {
@@ -88,8 +84,8 @@ std::string publish(const BusDirectoryPtr& directory, const std::string& fid) {
   if (mapping.get() == nullptr) return errorText(errno);
   mapping.get()->count = counterCount;
   mapping.get()->magic = CounterFile::expectedMagic;
-  published().emplace(fid, directory, std::move(*lock), std::move(mapping));
-  countIn(published()->mapping.get()->values);
+  published = new Published(fid, directory, std::move(*lock), std::move(mapping));
+  countIn(published->mapping.get()->values);
   return {};
 }
 
@@ -100,8 +96,8 @@ void incrementCounter(std::uint32_t number) {
 }
 
 bool publishCounters(const BusDirectoryPtr& directory, const std::string& fid) {
-  if (published() && published()->fid == fid && published()->directory == directory) return true;
-  published().reset();
+  if (published != nullptr && published->fid == fid && published->directory == directory) return true;
+  withdraw();
   const std::string fault = publish(directory, fid);
   if (fault.empty()) return true;
   OVK_LOCAL_TRACE(traceError, "counters of %s not published: %s\n", fid.c_str(), fault.c_str());

@@ -4,11 +4,7 @@
 
 namespace ovk::local {
 
-/// The identifier that the topology service was started with; empty before. Never destroyed, so that it can be used
-/// while the program's statics go.
-inline std::string& ownFid() {
-  static std::string& fid = *new std::string;
-  return fid;
-}
+/// The identifier that the topology service was started with; empty before.
+std::string& ownFid();
 
 } // namespace ovk::local

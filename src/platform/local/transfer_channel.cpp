@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "platform/local/file_names.h"
+#include "platform/local/lasting.h"
 #include "platform/local/own_identity.h"
 #include "platform/local/presence.h"
 #include "platform/local/read_channel.h"
@@ -46,16 +47,11 @@ void Channels::close(std::size_t index) {
   presence.reset();
 }
 
-// Never destroyed: the program's statics and exit handlers may still send and receive.
-Channels& channels() {
-  static Channels& all = *new Channels;
-  return all;
-}
+Lasting<Channels> ownChannels;
+Channels& channels() { return ownChannels.get(); }
 
 // After the last exit handler, so that nothing stays in the bus directory.
-[[gnu::destructor]] void closeAll() {
-  for (std::size_t index = 0; index < channelCount; ++index) channels().close(index);
-}
+[[gnu::destructor]] void closeAll() { ownChannels.end(); }
 
 bool isChannel(int index) { return index >= 0 && index < channelCount; }
 

@@ -40,14 +40,10 @@ struct Watch {
   std::string buffer = std::string(longestCopy, '\0');
 };
 
-// Never destroyed: exit handlers may still watch.
-std::unique_ptr<Watch>& currentWatch() {
-  static std::unique_ptr<Watch>& current = *new std::unique_ptr<Watch>;
-  return current;
-}
+Watch* currentWatch = nullptr;
 
-// After the last exit handler, so that nothing stays in the bus directory.
-[[gnu::destructor]] void endWatch() { currentWatch().reset(); }
+// Also runs after the last exit handler, so that nothing stays in the bus directory.
+[[gnu::destructor]] void endWatch() { delete std::exchange(currentWatch, nullptr); }
 
 std::unique_ptr<Watch> startWatch() {
   const BusDirectoryPtr directory = ownFid().empty() ? nullptr : busDirectory();
@@ -86,24 +82,24 @@ void showToWatchers(WriteChannel& copies, WatchTime time, std::string_view messa
 using ovk::local::currentWatch;
 
 bool ovk_local_start_watching() {
-  if (!currentWatch()) currentWatch() = ovk::local::startWatch();
-  return currentWatch() != nullptr;
+  if (currentWatch == nullptr) currentWatch = ovk::local::startWatch().release();
+  return currentWatch != nullptr;
 }
 
-void ovk_local_stop_watching() { currentWatch().reset(); }
+void ovk_local_stop_watching() { ovk::local::endWatch(); }
 
 bool ovk_local_next_passed(ovk_local_passed_t& passed) {
-  if (!currentWatch()) return false;
-  std::string& buffer = currentWatch()->buffer;
+  if (currentWatch == nullptr) return false;
+  std::string& buffer = currentWatch->buffer;
   ovk::local::Heading heading{};
   for (;;) {
-    const int length = currentWatch()->copies->read(buffer.data(), static_cast<unsigned>(buffer.size()));
+    const int length = currentWatch->copies->read(buffer.data(), static_cast<unsigned>(buffer.size()));
     if (length <= 0) return false;
     const auto size = static_cast<std::size_t>(length);
     if (size < sizeof heading) continue; // a stranger's
     std::memcpy(&heading, buffer.data(), sizeof heading);
     passed.time = heading.time;
-    passed.missed = ovk::local::missedBefore(*currentWatch(), heading);
+    passed.missed = ovk::local::missedBefore(*currentWatch, heading);
     passed.text.assign(buffer, sizeof heading, size - sizeof heading);
     return true;
   }
