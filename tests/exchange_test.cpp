@@ -56,7 +56,7 @@ protected:
 };
 
 TEST_F(Exchange, EveryType) {
-  std::map<std::string, std::string> expected = sections("exchanged.txt");
+  std::map<std::string, std::string> expected = sections(OVK_TEST_DATA "/exchanged.txt");
   for (int service = 0; service < 8; ++service) {
     const auto& row = rows[service];
     SCOPED_TRACE(row.what);

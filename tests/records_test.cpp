@@ -27,8 +27,7 @@ protected:
   std::string outcome(const std::string& text) {
     startOver();
     const int result = process(text);
-    std::string all = shortened(platform().errors(text)) + std::to_string(result);
-    for (const auto& [counter, times] : platform().counters) all += joined(", counter ", counter, " +", times);
+    std::string all = shortened(platform().errors(text)) + std::to_string(result) + counted();
     for (const std::string& record : records_) all += ": " + record;
     return all + "\n";
   }
@@ -36,7 +35,7 @@ protected:
 
 // A message stands there whole, or as its type and its data.
 TEST_F(Records, Received) {
-  expectOutcomes("received.txt", [this](const std::string& /*title*/, const std::string& text) {
+  expectOutcomes(OVK_TEST_DATA "/received.txt", [this](const std::string& /*title*/, const std::string& text) {
     const bool isWhole = text.find_first_of("0123456789") != 0;
     return outcome(isWhole ? text : message(std::stoi(text), text.substr(4)));
   });

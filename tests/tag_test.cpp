@@ -20,7 +20,7 @@ class Tags : public Receiver {};
 // Of a configuration come the lines of level 2, or all where the title says so, in which MSG stands for the configuration;
 // the status, the selector and the identifier, which were 9/9 and "-" before. An empty one is called nothing there.
 TEST_F(Tags, SelectorsFromConfiguration) {
-  expectOutcomes("tag_configurations.txt", [this](const std::string& title, const std::string& config) {
+  expectOutcomes(OVK_TEST_DATA "/tag_configurations.txt", [this](const std::string& title, const std::string& config) {
     fake::reset();
     DevTagDevInfoTag tag{9, 9};
     std::string fid = "-";

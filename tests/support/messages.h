@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <fstream>
 #include <functional>
 #include <map>
 #include <string>
@@ -13,6 +12,7 @@
 #include "core/registry.h"
 #include "support/fake_platform.h"
 #include "support/records.h"
+#include "support/sections.h"
 
 // Messages as another controller would write them, a test fixture around the scripted platform, and one around an
 // application that has registered for all services and keeps what its callbacks are given.
@@ -21,17 +21,6 @@ namespace messages {
 
 using namespace records;
 using Counters = std::map<int, int>;
-
-constexpr const char* own = "VR001_00001_0000000000A1";
-constexpr const char* peer = "VR002_00002_0000000000B2";
-
-/// The text with OWN and PEER replaced by the identifiers.
-inline std::string spelledOut(std::string text) {
-  for (const auto& [name, fid] : {std::pair("OWN", own), std::pair("PEER", peer)}) {
-    for (std::size_t at = 0; (at = text.find(name, at)) != std::string::npos;) text.replace(at, strlen(name), fid);
-  }
-  return text;
-}
 
 /// A message from the peer to the own controller; a response says that it succeeded.
 inline std::string message(int msgType, const std::string& data) {
@@ -66,33 +55,6 @@ inline std::string replaced(std::string text, const std::string& from, const std
   return at == std::string::npos ? text : text.replace(at, from.size(), to);
 }
 
-/// The sections of a file beside the tests, each "== title" and the lines below but empty ones, by their titles. OWN and
-/// PEER are spelled out.
-inline std::map<std::string, std::string> sections(const std::string& name) {
-  std::ifstream in(OVK_TEST_DATA "/" + name);
-  std::map<std::string, std::string> all;
-  std::string* section = nullptr;
-  for (std::string line; std::getline(in, line);) {
-    if (line.rfind("== ", 0) == 0) {
-      section = &all[line.substr(3)];
-      EXPECT_EQ(*section, "") << "again: " << line;
-    } else if (!line.empty()) {
-      *section += spelledOut(line) + "\n";
-    }
-  }
-  EXPECT_FALSE(all.empty()) << name;
-  return all;
-}
-
-/// Below each title of the file stand, in one line, what goes in, and then what must come out of it.
-inline void expectOutcomes(const std::string& name,
-                           const std::function<std::string(const std::string& title, const std::string& in)>& outcome) {
-  for (const auto& [title, section] : sections(name)) {
-    const std::size_t end = section.find('\n');
-    EXPECT_EQ(outcome(title, section.substr(0, end)), section.substr(end + 1)) << title;
-  }
-}
-
 /// Every test starts with a library as loaded.
 class Test : public ::testing::Test {
 protected:
@@ -108,6 +70,13 @@ protected:
   bool traced(int level, const std::string& text) {
     const auto matches = [&](const fake::TraceLine& line) { return line.level == level && line.text == text + "\n"; };
     return std::any_of(platform().trace.begin(), platform().trace.end(), matches);
+  }
+
+  /// What was counted, as in ", counter 51 +1".
+  std::string counted() {
+    std::string all;
+    for (const auto& [counter, times] : platform().counters) all += joined(", counter ", counter, " +", times);
+    return all;
   }
 
   /// The only message written; an empty one when there is none or are several.
