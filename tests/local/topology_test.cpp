@@ -3,6 +3,7 @@
 #include <thread>
 
 #include "local_bus.h"
+#include "support/sections.h"
 
 namespace {
 
@@ -163,32 +164,21 @@ TEST_F(TopologyService, FileOfTheSameSizeAndTimeIsReadAgain) {
 }
 
 TEST_F(TopologyService, FaultyFileIsIgnoredAsAWhole) {
-  const std::pair<const char*, const char*> rows[] = {
-      {R"({"controllers":[{"fid":"@B"})", "the text is not valid JSON"},
-      {R"("{}")", "the text is not an object"},
-      {R"({"controllers":[{"fid":"@B"}],"sensors":[]})", "sensors is not a known member"},
-      {R"({"static":[],"static":[]})", "static occurs twice"},
-      {R"({"controllers":"[]"})", "controllers is not an array"},
-      {R"({"controllers":[{"fid":"@B"},7]})", "controllers[1] is not an object"},
-      {R"({"controllers":[{"fid":"@B"},{"name":"x"}]})", "controllers[1].fid is missing"},
-      {R"({"controllers":[{"fid":"VR001"}]})", "controllers[0].fid does not have the 24 characters of an identifier"},
-      {R"({"controllers":[{"fid":"@B","name":5}]})", "controllers[0].name is not a text"},
-      {"{\"controllers\":[{\"fid\":\"@B\",\"name\":\"\n\"}]}", "controllers[0].name holds a control character"},
-      {R"({"controllers":[{"fid":"@B","sensors":[{"fid":"@C","kind":1}]}]})",
-       "controllers[0].sensors[0].kind is not a known member"},
-      {R"({"controllers":[{"fid":"@B"},{"fid":"@B"}]})", "VR001_00002_0000000000BB occurs twice"},
-  };
-  for (const auto& [text, fault] : rows) {
-    writeTopology(text);
-    start(fidA);
-    EXPECT_EQ(withFids("@A||||online|1\n"), topology()) << text;
-    traced("/topology.json ignored: "s + fault);
-    std::vector<orvane_parent> statics;
-    EXPECT_FALSE(Topology().get_static_members(statics, "")) << text;
-    EXPECT_EQ("", trace_) << "said once";
+  const std::string ignored = path("topology.json") + " ignored: ";
+  expectFaults(OVK_TEST_DATA "/local/topology_faults.txt", [&](const std::string& text) {
     std::filesystem::remove(path("topology.json"));
     start(fidA);
-  }
+    writeTopology(text);
+    trace_.clear();
+    start(fidA);
+    EXPECT_EQ(withFids("@A||||online|1\n"), topology()) << text;
+    const std::string said = trace_;
+    std::vector<orvane_parent> statics;
+    EXPECT_FALSE(Topology().get_static_members(statics, "")) << text;
+    EXPECT_EQ(said, trace_) << "said once";
+    const std::size_t at = said.find(ignored);
+    return at == std::string::npos ? said : said.substr(at + ignored.size(), said.find('\n', at) - at - ignored.size());
+  });
 }
 
 } // namespace
