@@ -1,6 +1,7 @@
 // Participants ask one another at random, as fast as they can, and some are killed, two at once at times, and start
 // again. Every message is accounted for: what was written is delivered once and in order, what was refused is not, and
-// only what was written before its reader or its writer died is lost. In the end all reach one another, and nobody's memory has grown.
+// only what was written before its reader or its writer died is lost. In the end all reach one another, and no memory has
+// grown.
 //
 //     storm [PARTICIPANTS [SECONDS [ROUNDS [KILLS]]]]      SECONDS and KILLS of each round
 
@@ -28,19 +29,13 @@ std::chrono::duration<double> seconds(0.3);
 int rounds = 3;
 int kills = 4;
 
-enum Type { readRequest, readResponse, writeRequest, writeResponse, typeCount };
-
 enum Phase { answering, askingAtRandom, askingEach };
-
-// Of the messages of one type from one participant to another.
-struct Account {
-  std::atomic<unsigned> written, refused, delivered;
-};
 
 // Of the requests, or the responses, from one participant to another. A message's number is the count of those written
 // before it, and its own; the number of a refused one is used again.
 struct Sequence {
   std::atomic<unsigned> newest;  // written, or being written
+  std::atomic<unsigned> refused; // how many
   std::atomic<unsigned> last;    // delivered
   std::atomic<unsigned> request; // the number of that one, or of the one that it answers
   std::atomic<unsigned> excused; // up to this one some may be missing: the newest when reader or writer died
@@ -48,8 +43,8 @@ struct Sequence {
 
 // Shared by all processes, so that it outlives those that are killed. First the writer, then the reader.
 struct Ledger {
-  Account accounts[mostParticipants][mostParticipants][typeCount];
-  Sequence sequences[mostParticipants][mostParticipants][2]; // of requests and of responses
+  Sequence requests[mostParticipants][mostParticipants];
+  Sequence responses[mostParticipants][mostParticipants];
   std::atomic<unsigned> lost, disordered, altered, wronglyRefused;
   std::atomic<int> askedEach; // who has, in that phase
   std::atomic<Phase> phase;
@@ -61,7 +56,7 @@ int self = 0;
 std::string fidOf(int participant) { return "VR001_00001_0000000000" + std::to_string(10 + participant); }
 int participantOf(const std::string& fid) { return std::stoi(fid.substr(22)) - 10; }
 
-// What travels with the request of that number.
+// What the response to the request of that number holds.
 std::vector<uint16_t> valuesOf(unsigned number) {
   std::vector<uint16_t> values(number % 16 == 0 ? ovk_MaxRegistersPerArea : 10);
   for (std::size_t i = 0; i < values.size(); ++i) values[i] = static_cast<uint16_t>(number * 31 + i);
@@ -69,77 +64,54 @@ std::vector<uint16_t> valuesOf(unsigned number) {
 }
 
 // The reference is the message's number; in a response that of the request follows.
-void enter(int reader, Type type, const std::function<unsigned(const std::string&)>& send) {
-  Sequence& sequence = ledger.sequences[self][reader][type % 2];
-  Account& account = ledger.accounts[self][reader][type];
+void enter(Sequence& sequence, const std::function<unsigned(const std::string&)>& send) {
   const unsigned status = send(std::to_string(++sequence.newest));
-  ++(status == ovk_Status_Done ? account.written : account.refused);
   if (status == ovk_Status_Done) return;
   --sequence.newest;
+  ++sequence.refused;
   // A queue may be full, and a participant that was killed unknown until it is back.
   if (ledger.phase == askingEach || (kills == 0 && status != ovk_Status_NotWritten)) ++ledger.wronglyRefused;
 }
 
 // The number of the request that the message is, or answers.
-template <typename Record>
-unsigned arrived(Type type, const Record& record) {
-  const int writer = participantOf(record.srcFid);
-  const std::string refId = record.refId;
+unsigned arrived(Sequence& sequence, const std::string& refId) {
   const auto number = static_cast<unsigned>(std::stoul(refId));
-  Sequence& sequence = ledger.sequences[writer][self][type % 2];
-  ++ledger.accounts[writer][self][type].delivered;
   const unsigned before = sequence.last.exchange(number);
   if (number <= before) ++ledger.disordered;
   if (number > before + 1 && number - 1 > sequence.excused) ++ledger.lost;
   return sequence.request = static_cast<unsigned>(std::stoul(refId.substr(refId.find('/') + 1)));
 }
 
-void compare(unsigned number, const uint16_t* values, int count) {
-  if (std::vector<uint16_t>(values, values + count) != valuesOf(number)) ++ledger.altered;
+void ask(int reader) {
+  enter(ledger.requests[self][reader], [reader](const std::string& refId) {
+    const auto count = static_cast<int>(valuesOf(static_cast<unsigned>(std::stoul(refId))).size());
+    return ovk_ReadRegisters(fidOf(reader).c_str(), refId.c_str(), 0, count, 0, 0);
+  });
 }
 
-void onReadRequest(const ovk_RegisterReadReqCallbackData_t& record) {
-  const std::vector<uint16_t> values = valuesOf(arrived(readRequest, record));
-  enter(participantOf(record.srcFid), readResponse, [&](const std::string& number) {
+int onRequest(void* data, unsigned /*length*/) {
+  const auto& record = *static_cast<ovk_RegisterReadReqCallbackData_t*>(data);
+  const int asker = participantOf(record.srcFid);
+  const std::vector<uint16_t> values = valuesOf(arrived(ledger.requests[asker][self], record.refId));
+  enter(ledger.responses[self][asker], [&](const std::string& number) {
     const std::string refId = number + '/' + record.refId;
     return ovk_serveReadRegisters(record.srcFid, record.dstFid, refId.c_str(), 0, values.data(),
                                   record.numberRegisters1, 0, nullptr, 0, true, nullptr);
   });
+  return 0;
 }
 
-void onReadResponse(const ovk_RegisterReadRspCallbackData_t& record) {
-  compare(arrived(readResponse, record), record.pStartRegister1, record.numberRegisters1);
+int onResponse(void* data, unsigned /*length*/) {
+  const auto& record = *static_cast<ovk_RegisterReadRspCallbackData_t*>(data);
+  const unsigned number = arrived(ledger.responses[participantOf(record.srcFid)][self], record.refId);
+  const std::vector<uint16_t> values(record.pStartRegister1, record.pStartRegister1 + record.numberRegisters1);
+  if (values != valuesOf(number)) ++ledger.altered;
+  return 0;
 }
 
-void onWriteRequest(const ovk_RegisterWriteReqCallbackData_t& record) {
-  compare(arrived(writeRequest, record), record.pStartRegister1, record.numberRegisters1);
-  enter(participantOf(record.srcFid), writeResponse, [&](const std::string& number) {
-    const std::string refId = number + '/' + record.refId;
-    return ovk_serveWriteRegisters(record.srcFid, record.dstFid, refId.c_str(), true, nullptr);
-  });
-}
-
-void onWriteResponse(const ovk_RegisterWriteRspCallbackData_t& record) { arrived(writeResponse, record); }
-
-template <typename Record, void (*handle)(const Record&)>
-void add(ovk_Service_t service) {
-  const ovk_ServiceCallback_t callback = [](void* record, unsigned /*length*/) {
-    handle(*static_cast<const Record*>(record));
-    return 0;
-  };
+void enrol(ovk_Service_t service, ovk_ServiceCallback_t callback) {
   const auto untyped = reinterpret_cast<void*>(callback);
   EXPECT_EQ(unsigned{ovk_Status_Done}, ovk_RegisterForService(service, untyped, nullptr, nullptr, nullptr));
-}
-
-void ask(int reader) {
-  const unsigned number = ledger.sequences[self][reader][0].newest + 1;
-  const std::vector<uint16_t> values = valuesOf(number);
-  const auto count = static_cast<int>(values.size());
-  enter(reader, number % 2 == 0 ? readRequest : writeRequest, [&](const std::string& refId) {
-    return number % 2 == 0
-               ? ovk_ReadRegisters(fidOf(reader).c_str(), refId.c_str(), 0, count, 0, 0)
-               : ovk_WriteRegisters(fidOf(reader).c_str(), refId.c_str(), 0, 0, values.data(), count, 0, nullptr, 0);
-  });
 }
 
 void askAsToldTo(std::minstd_rand& random, bool& askedAll) {
@@ -164,10 +136,8 @@ std::ptrdiff_t openDescriptors() { return std::distance(std::filesystem::directo
 void takePart(Child& child) {
   const auto descriptors = openDescriptors() + 3; // the bus directory, the counters and what to wait on stay
   ovk_Init(true, fidOf(self).c_str(), nullptr, nullptr, nullptr);
-  add<ovk_RegisterReadReqCallbackData_t, onReadRequest>(ovk_Service_RegisterReadServer);
-  add<ovk_RegisterReadRspCallbackData_t, onReadResponse>(ovk_Service_RegisterReadClient);
-  add<ovk_RegisterWriteReqCallbackData_t, onWriteRequest>(ovk_Service_RegisterWriteServer);
-  add<ovk_RegisterWriteRspCallbackData_t, onWriteResponse>(ovk_Service_RegisterWriteClient);
+  enrol(ovk_Service_RegisterReadServer, onRequest);
+  enrol(ovk_Service_RegisterReadClient, onResponse);
   child.signal();
   std::minstd_rand random(static_cast<unsigned>(::getpid()));
   bool askedAll = false;
@@ -182,6 +152,28 @@ void takePart(Child& child) {
   EXPECT_LE(heapInUse(), heap + mostGrowth) << fidOf(self);
   ovk_QMXBusShutdown();
   EXPECT_LE(openDescriptors(), descriptors) << fidOf(self);
+}
+
+void forEachSequence(const std::function<void(int writer, int reader, Sequence&)>& visit) {
+  for (int writer = 0; writer < participants; ++writer)
+    for (int reader = 0; reader < participants; ++reader)
+      for (auto* sequences : {ledger.requests, ledger.responses}) visit(writer, reader, sequences[writer][reader]);
+}
+
+// How many messages were delivered, but for those that were lost.
+unsigned delivered() {
+  unsigned all = 0;
+  forEachSequence([&all](int, int, const Sequence& each) { all += each.last; });
+  return all;
+}
+
+// Whether all that was written arrived, but for what may be lost.
+bool isAllThere() {
+  bool all = true;
+  forEachSequence([&all](int, int, const Sequence& each) {
+    all = all && (each.last == each.newest || each.newest <= each.excused);
+  });
+  return all;
 }
 
 class Storm : public LocalBus {
@@ -204,36 +196,13 @@ protected:
   }
   void kill(int victim) {
     processes_[victim]->kill();
-    for (int other = 0; other < participants; ++other)
-      for (Sequence* sequences : {ledger.sequences[victim][other], ledger.sequences[other][victim]})
-        for (Sequence* sequence : {sequences, sequences + 1}) sequence->excused = sequence->newest.load();
+    forEachSequence([victim](int writer, int reader, Sequence& sequence) {
+      if (writer == victim || reader == victim) sequence.excused = sequence.newest.load();
+    });
   }
   std::minstd_rand random_{static_cast<unsigned>(::getpid())};
   std::map<int, std::unique_ptr<Child>> processes_;
 };
-
-void forEachPair(const std::function<void(int, int)>& visit) {
-  for (int writer = 0; writer < participants; ++writer)
-    for (int reader = 0; reader < participants; ++reader) visit(writer, reader);
-}
-
-unsigned delivered() {
-  unsigned all = 0;
-  forEachPair([&all](int writer, int reader) {
-    for (const Account& account : ledger.accounts[writer][reader]) all += account.delivered;
-  });
-  return all;
-}
-
-// Whether all that was written arrived, but for what may be lost.
-bool isAllThere() {
-  bool all = true;
-  forEachPair([&all](int writer, int reader) {
-    for (const Sequence& each : ledger.sequences[writer][reader])
-      all = all && (each.last == each.newest || each.newest <= each.excused);
-  });
-  return all;
-}
 
 // For 20 s at most.
 void waitUntilQuiet(int askedEach) {
@@ -252,27 +221,21 @@ void checkSequences() {
   EXPECT_EQ(0U, ledger.altered);
   EXPECT_EQ(0U, ledger.wronglyRefused);
   EXPECT_EQ(participants, ledger.askedEach);
-  forEachPair([](int asker, int server) {
-    SCOPED_TRACE(fidOf(asker) + " asked " + fidOf(server));
-    const Sequence& requests = ledger.sequences[asker][server][0];
-    const Sequence& responses = ledger.sequences[server][asker][1];
-    EXPECT_EQ(requests.newest, requests.last);
-    EXPECT_EQ(responses.newest, responses.last);
-    EXPECT_EQ(requests.newest, responses.request);
+  forEachSequence([](int writer, int reader, const Sequence& each) {
+    EXPECT_EQ(each.newest, each.last) << fidOf(writer) << " to " << fidOf(reader);
+    EXPECT_EQ(ledger.requests[writer][reader].newest, ledger.responses[reader][writer].request);
   });
 }
 
+// The counters stand for responses written, refused and delivered, and for requests delivered.
 void checkCounters(int participant) {
-  constexpr int numbers[typeCount][3] = {{0, 0, 47}, {49, 50, 51}, {69, 70, 71}, {0, 0, 75}};
   std::map<int, unsigned> expected;
   for (int other = 0; other < participants; ++other) {
-    for (int type = 0; type < typeCount; ++type) {
-      expected[numbers[type][0]] += ledger.accounts[participant][other][type].written;
-      expected[numbers[type][1]] += ledger.accounts[participant][other][type].refused;
-      expected[numbers[type][2]] += ledger.accounts[other][participant][type].delivered;
-    }
+    expected[47] += ledger.requests[other][participant].last;
+    expected[49] += ledger.responses[participant][other].newest;
+    expected[50] += ledger.responses[participant][other].refused;
+    expected[51] += ledger.responses[other][participant].last;
   }
-  expected[0] = 0;
   std::vector<ovk_local_counter_t> counters;
   EXPECT_TRUE(ovk_local_read_counters(fidOf(participant).c_str(), counters));
   for (const auto& counter : counters) EXPECT_EQ(expected[counter.number], counter.value) << counter.number;
