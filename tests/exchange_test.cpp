@@ -88,40 +88,36 @@ TEST_F(Exchange, WithoutMemory) {
       ovk_DoWork(nullptr, nullptr, nullptr);
     };
     for (const Call& step : {Call(row.send), receive}) {
-      int n = 0;
-      for (;; ++n) {
-        SCOPED_TRACE(testing::Message() << row.what << ", operator new " << n);
-        startOver();
-        const fake::Ending ending = fake::runWithout(n, step);
-        if (ending == fake::Ending::complete) break;
-        EXPECT_EQ(ending, fake::Ending::failed);
-        EXPECT_EQ(platform().written.size() + records_.size(), 0U);
-        EXPECT_EQ(platform().counters[row.counter] + platform().counters[okCounters[service ^ 1]],
-                  row.counter == 0 ? platform().counters[0] : 0);
-        step();
-        EXPECT_EQ(platform().written.size() + records_.size(), 1U);
-      }
-      if (n == 0) GTEST_SKIP() << "operator new is not the tests' own, as under valgrind";
+      SCOPED_TRACE(row.what);
+      const int failures =
+          fake::failEachNew([this] { startOver(); }, step,
+                            [&](fake::Ending ending) {
+                              if (ending == fake::Ending::complete) return;
+                              EXPECT_EQ(ending, fake::Ending::failed);
+                              EXPECT_EQ(platform().written.size() + records_.size(), 0U);
+                              EXPECT_EQ(platform().counters[row.counter] + platform().counters[okCounters[service ^ 1]],
+                                        row.counter == 0 ? platform().counters[0] : 0);
+                              step();
+                              EXPECT_EQ(platform().written.size() + records_.size(), 1U);
+                            });
+      if (failures == 0) GTEST_SKIP() << "operator new is not the tests' own, as under valgrind";
     }
   }
 }
 
 // What the platform refuses is told to the sender, whatever is sent.
 TEST_F(Exchange, WithoutThePlatform) {
+  const Call faults[] = {[] { fake::platform().knowsMyFid = false; }, [] { fake::platform().knowsParents = false; },
+                         [] { fake::platform().writeResult = -1; }, [] { fake::platform().writeResult = 1; }};
   for (int service = 0; service < 8; ++service) {
-    const auto& row = rows[service];
-    for (const auto& [knowsMyFid, knowsParents, written] : {std::tuple(false, true, 0), std::tuple(true, false, 0),
-                                                            std::tuple(true, true, -1), std::tuple(true, true, 1)}) {
-      if (!knowsParents && service == ovk_Service_RegisterReadServer) continue; // which names no parent but its own
-      SCOPED_TRACE(testing::Message() << row.what << knowsMyFid << knowsParents << written);
+    for (const Call& fault : faults) {
+      if (service == ovk_Service_RegisterReadServer && &fault == &faults[1]) continue; // it names no parent but its own
       startOver();
-      platform().knowsMyFid = knowsMyFid;
-      platform().knowsParents = knowsParents;
-      platform().writeResult = written;
-      EXPECT_NE(row.send(), 0U);
+      fault();
+      EXPECT_NE(rows[service].send(), 0U) << rows[service].what;
       EXPECT_TRUE(platform().written.empty());
       EXPECT_NE(platform().errors(), "");
-      EXPECT_EQ(platform().counters[row.counter], 0);
+      EXPECT_EQ(platform().counters[rows[service].counter], 0);
     }
   }
 }

@@ -1,5 +1,7 @@
 #include "support/failing_heap.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 #include <new>
 #include <utility>
@@ -20,16 +22,22 @@ void failNewAfter(int blocks) { newsLeft = blocks; }
 Undisturbed::Undisturbed() { std::swap(newsLeft, left_); }
 Undisturbed::~Undisturbed() { std::swap(newsLeft, left_); }
 
-Ending runWithout(int blocks, const std::function<void()>& step) {
-  failNewAfter(blocks);
-  Ending ending = Ending::failed;
-  try {
-    step();
-    ending = newsLeft < 0 ? Ending::coped : Ending::complete;
-  } catch (const std::bad_alloc&) { // as it may
+int failEachNew(const std::function<void()>& prepare, const std::function<void()>& step,
+                const std::function<void(Ending ending)>& check) {
+  for (int blocks = 0;; ++blocks) {
+    SCOPED_TRACE(testing::Message() << "operator new " << blocks);
+    prepare();
+    failNewAfter(blocks);
+    Ending ending = Ending::failed;
+    try {
+      step();
+      ending = newsLeft < 0 ? Ending::coped : Ending::complete;
+    } catch (const std::bad_alloc&) { // as it may
+    }
+    failNewAfter(-1);
+    check(ending);
+    if (ending == Ending::complete) return blocks;
   }
-  failNewAfter(-1);
-  return ending;
 }
 
 } // namespace fake

@@ -29,7 +29,9 @@ enum class Ending {
   failed    ///< by std::bad_alloc
 };
 
-/// Runs a step in which operator new fails once, after that many blocks.
-Ending runWithout(int blocks, const std::function<void()>& step);
+/// Runs a step in which operator new fails once: at first at its first block, then at its second, until the step does not
+/// need as many. Calls `prepare` before each time and `check` after. Returns how often it failed.
+int failEachNew(const std::function<void()>& prepare, const std::function<void()>& step,
+                const std::function<void(Ending ending)>& check);
 
 } // namespace fake
