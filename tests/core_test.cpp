@@ -81,22 +81,19 @@ TEST_F(Core, StatusesInWords) {
 
 unsigned topology1(const char* /*a*/, const char* /*b*/, const char* /*c*/, unsigned /*d*/, char* /*e*/) { return 0; }
 
-TEST_F(Core, InitStartsThePlatform) {
+TEST_F(Core, InitStartsThePlatformOrOnlyTakesTheFlag) {
   for (const bool bus : {true, false}) {
     fake::reset();
     ovk::enableBus(!bus);
-    EXPECT_EQ(ovk_Init(bus, own, topology1, nullptr, nullptr), 0U);
+    EXPECT_EQ(ovk_Init(bus, nullptr, nullptr, nullptr, nullptr), 2U);
     EXPECT_EQ(ovk::isBusEnabled(), bus);
+    EXPECT_THAT(platform().calls, IsEmpty());
+    EXPECT_TRUE(traced(2, "Invalid fusion identifier: (null)"));
+    platform().trace.clear();
+    EXPECT_EQ(ovk_Init(bus, own, topology1, nullptr, nullptr), 0U);
     EXPECT_THAT(platform().calls, ElementsAre(joined("init(", own, ", 1, 0, 0)"), "createQMXBSharedMemory()"));
     EXPECT_EQ(platform().lines(own), "6 ovk_Init: ovk_QMXBusInit(MSG)\n6 ovk_Init: Initialising Controller Fid: MSG\n");
   }
-}
-
-TEST_F(Core, InitRefusesAnInvalidIdentifierButTakesTheFlag) {
-  EXPECT_EQ(ovk_Init(true, nullptr, nullptr, nullptr, nullptr), 2U);
-  EXPECT_TRUE(traced(2, "Invalid fusion identifier: (null)"));
-  EXPECT_THAT(platform().calls, IsEmpty());
-  EXPECT_TRUE(ovk::isBusEnabled());
 }
 
 TEST_F(Core, RegistrationRefusals) {
@@ -229,11 +226,11 @@ TEST_F(Core, TopologyAnswersAreTheServices) {
   unsigned delivered = 0;
   unsigned received = 0;
   platform().topologyResult = -7;
-  EXPECT_EQ(ovk_topology_get_controller_fusionId_for_sensor("s", controller), 1);
-  EXPECT_EQ(controller, fake::parentOf("s"));
-  platform().knowsParents = false;
-  EXPECT_EQ(ovk_topology_get_controller_fusionId_for_sensor("s", controller), 0);
-  EXPECT_EQ(controller, fake::parentOf("s"));
+  for (const bool known : {true, false}) {
+    platform().knowsParents = known;
+    EXPECT_EQ(ovk_topology_get_controller_fusionId_for_sensor("s", controller), known ? 1 : 0);
+    EXPECT_EQ(controller, fake::parentOf("s"));
+  }
   EXPECT_EQ(ovk_topology_is_orvane_device("x"), -7);
   EXPECT_EQ(ovk_topology_cfg_set_static_device("a", "b", "c"), -7);
   EXPECT_EQ(ovk_topology_cfg_set_static_device("a", "b"), -7);

@@ -5,7 +5,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iomanip>
 #include <random>
+#include <sstream>
 
 #include "support/messages.h"
 #include "support/temporary_directory.h"
@@ -53,49 +55,32 @@ uint32_t bitsScanned(int idd, const char* text) {
   return tag.data.ui;
 }
 
-const struct {
-  std::vector<int> idds;
-  std::vector<const char*> texts;
-} scannedRows[] = {
-    {{0, 1, 2, 5, 8, 9},
-     {" \t+7x", "010", "-0", "", "x", "0x1A", "017", "08", "0x", "0xg", "- 5", "--5", "+-5", "21.5", ".5", "+0x",
-      "1,5"}},
-    {{0}, {" -1e3x", "+.5", "1e", "0x1.8p1", "INF", "-infinity", "-nan", ".", "0x-1", "1e+", "infx", "in", "3.4e38"}},
-    {{0},
-     {"InFi", "infinite", "-Infinitys", "nan(1", "-nan(1)", "0xnan", "0xinf", "-0x.p1", "0x.8", "0x1p+-1", "1e+-1"}},
-    {{1}, {"4294967295"}},
-    {{2, 5, 8, 9}, {"-5", "-0X1a", "2147483647", "-2147483648", "0x7FFFFFFF", "-08", "-"}},
-};
+// tag_values.txt names the types, then the texts, each in quotes.
+template <typename Expect>
+void forEachValueText(const std::string& title, Expect expect) {
+  std::istringstream lines(sections(OVK_TEST_DATA "/tag_values.txt")[title]);
+  for (std::string line; std::getline(lines, line);) {
+    std::istringstream row(line);
+    std::vector<int> idds;
+    for (int idd = 0; row >> idd;) idds.push_back(idd);
+    row.clear();
+    for (std::string text; row >> std::quoted(text, '\'');)
+      for (const int each : idds) expect(each, text);
+  }
+}
 
 TEST_F(Tags, ValueTextsReadAsScanfReadsThem) {
-  for (const auto& row : scannedRows) {
-    for (const int idd : row.idds) {
-      for (const char* text : row.texts) EXPECT_EQ(bitsRead(idd, text), bitsScanned(idd, text)) << idd << ": " << text;
-    }
-  }
-}
-
-TEST_F(Tags, ValueTextsThatDoNotConvert) {
-  const std::pair<int, const char*> rows[] = {
-      {1, "4294967296"}, {1, "-1"},   {2, "2147483648"}, {2, "-2147483649"}, {2, "99999999999999999999"},
-      {2, "0xFFFFFFFF"}, {0, "1e39"}, {0, "-1e39"},      {3, "7"},           {6, "empty"},
-      {7, "7"},          {10, "7"},   {255, "7"}};
-  for (const auto& [idd, text] : rows) EXPECT_EQ(bitsRead(idd, text), 0x7F0A5A5AU) << idd << ": " << text;
-}
-
-TEST_F(Tags, ValueTextsThereAndBack) {
-  const std::pair<std::vector<int>, const char*> rows[] = {{{0}, "-0.000000"},
-                                                           {{1}, "4294967295"},
-                                                           {{2, 5, 8, 9}, "-2147483648"},
-                                                           {{4}, "nineteen_characters"},
-                                                           {{3, 6, 7, 10, 255}, "empty"}};
-  for (const auto& [idds, text] : rows) {
-    for (const int idd : idds) {
-      TagItem_t tag = item(idd);
-      ovk::readTagValue("test", text, tag);
-      EXPECT_EQ(ovk::tagValueText(tag), text) << idd;
-    }
-  }
+  forEachValueText("as scanf", [](int idd, const std::string& text) {
+    EXPECT_EQ(bitsRead(idd, text), bitsScanned(idd, text.c_str())) << idd << ": " << text;
+  });
+  forEachValueText("not converted", [](int idd, const std::string& text) {
+    EXPECT_EQ(bitsRead(idd, text), 0x7F0A5A5AU) << idd << ": " << text;
+  });
+  forEachValueText("there and back", [](int idd, const std::string& text) {
+    TagItem_t tag = item(idd);
+    ovk::readTagValue("test", text, tag);
+    EXPECT_EQ(ovk::tagValueText(tag), text) << idd;
+  });
 }
 
 TEST_F(Tags, Words) {

@@ -42,9 +42,8 @@ inline std::string withFids(std::string text) {
 inline void start(const std::string& fid) { Topology().init(fid, nullptr, nullptr, nullptr); }
 
 inline int openChannels() {
-  int failed = 0;
-  for (const int index : {0, 1, 2, 3}) failed |= createTransferChannel(index, index == 0 || index == 3 ? 1 : 2);
-  return failed;
+  return createTransferChannel(0, 1) | createTransferChannel(1, 2) | createTransferChannel(2, 2) |
+         createTransferChannel(3, 1);
 }
 
 inline void closeChannels() {
@@ -78,36 +77,27 @@ inline std::string receive(int channel) {
   return message;
 }
 
-/// While it lives, this process can open nothing more.
-class NoDescriptors {
-public:
-  NoDescriptors() {
-    EXPECT_EQ(0, ::getrlimit(RLIMIT_NOFILE, &before_));
-    const rlimit none{static_cast<rlim_t>(ovk::local::FileDescriptor(::dup(0)).get()), before_.rlim_max};
-    EXPECT_EQ(0, ::setrlimit(RLIMIT_NOFILE, &none));
-  }
-  NoDescriptors(const NoDescriptors&) = delete;
-  NoDescriptors& operator=(const NoDescriptors&) = delete;
-  ~NoDescriptors() { ::setrlimit(RLIMIT_NOFILE, &before_); }
-
-private:
-  rlimit before_{};
-};
-
-/// What a record says of the controller itself.
-template <class Record>
-std::string textOf(const Record& controller) {
-  return controller.attr1 + '|' + controller.attr2 + '|' + controller.attr3 + '|' + controller.attr4 + '|' +
-         controller.attr5 + '|' + std::to_string(controller.kind);
+/// Runs a step in which this process can open nothing more.
+inline void withoutDescriptors(const std::function<void()>& step) {
+  rlimit before{};
+  EXPECT_EQ(0, ::getrlimit(RLIMIT_NOFILE, &before));
+  const rlimit none{static_cast<rlim_t>(ovk::local::FileDescriptor(::dup(0)).get()), before.rlim_max};
+  EXPECT_EQ(0, ::setrlimit(RLIMIT_NOFILE, &none));
+  step();
+  ::setrlimit(RLIMIT_NOFILE, &before);
 }
 
-/// Topology records as text, a line for each controller.
+/// What a record says of the controller itself; of a list, a line for each with its sensors.
+template <class Controller>
+std::string textOf(const Controller& c) {
+  return c.attr1 + '|' + c.attr2 + '|' + c.attr3 + '|' + c.attr4 + '|' + c.attr5 + '|' + std::to_string(c.kind);
+}
 inline std::string textOf(const std::vector<orvane_parent>& parents) {
   std::string all;
   for (const orvane_parent& parent : parents) {
-    all += textOf(parent);
-    for (const ovk_topology_sensor_t& member : parent.members)
-      all += " [" + member.attr1 + '|' + member.attr2 + '|' + member.attr3 + '|' + member.attr4 + ']';
+    all += textOf<orvane_parent>(parent);
+    for (const auto& sensor : parent.members)
+      all += " [" + sensor.attr1 + '|' + sensor.attr2 + '|' + sensor.attr3 + '|' + sensor.attr4 + ']';
     all += '\n';
   }
   return all;
@@ -133,9 +123,7 @@ public:
     body(*this);
     std::exit(::testing::Test::HasFailure() ? 1 : 0);
   }
-  ~Child() {
-    if (process_ > 0) kill(); // it may wait for this side
-  }
+  ~Child() { kill(); } // it may wait for this side
 
   /// Readable in the child when it is to end.
   int link() const { return link_.get(); }
@@ -145,6 +133,7 @@ public:
     return ::read(link(), &byte, 1) == 1;
   }
   void kill() {
+    if (process_ <= 0) return;
     kill(SIGKILL);
     finish();
   }

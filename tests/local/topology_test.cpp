@@ -31,20 +31,17 @@ TEST_F(TopologyService, ListsRunningAndConfigured) {
                      "@C||||offline|2 [VR009_00007_000000000000|Pump||offline]\n"
                      "@D|Boiler \\\"2\\\"|C4|2.1|offline|2 [@E|||offline] [@F|Flow|S1|offline]\n"),
             topology());
-  const std::string unknown = "untouched";
-  const std::pair<const char*, std::string> rows[] = {{"@A", "@A"},
-                                                      {"@B", "@B"},
-                                                      {"@C", "@C"},
-                                                      {"@D", "@D"},
-                                                      {"@E", "@D"},
-                                                      {"VR009_00007_000000000000", "@C"},
-                                                      {"VR009_00007_000000000001", unknown},
-                                                      {"", unknown}};
-  for (const auto& [fid, parent] : rows) {
-    std::string found = unknown;
-    EXPECT_EQ(parent != unknown, Topology().get_parent_fid(withFids(fid), found) != 0) << fid;
+  for (const auto& [fid, parent] : {std::pair("@A", "@A"),
+                                    {"@B", "@B"},
+                                    {"@D", "@D"},
+                                    {"@E", "@D"},
+                                    {"", "?"},
+                                    {"VR009_00007_000000000000", "@C"},
+                                    {"VR009_00007_000000000001", "?"}}) {
+    std::string found = "?"; // which stays where nothing is found
+    EXPECT_EQ(*parent != '?', Topology().get_parent_fid(withFids(fid), found) != 0) << fid;
     EXPECT_EQ(withFids(parent), found) << fid;
-    EXPECT_EQ(parent != unknown, Topology().is_orvane_member(withFids(fid)) != 0) << fid;
+    EXPECT_EQ(*parent != '?', Topology().is_orvane_member(withFids(fid)) != 0) << fid;
   }
   ASSERT_EQ(0, ::chmod(directory_.c_str(), 0777)); // a bus that others may write to is refused
   EXPECT_EQ(0, Topology().is_orvane_member(fidB));
@@ -87,17 +84,16 @@ TEST_F(TopologyService, StaysAsItWasWhileDescriptorsAreShort) {
   const Participant other(fidB);
   takePart(fidA);
   const std::string known = topology();
-  {
-    writeTopology("{}"); // which makes a look due
-    const NoDescriptors shortage;
+  writeTopology("{}"); // which makes a look due
+  withoutDescriptors([&] {
     std::vector<orvane_parent> found;
     for (int times = 0; times < 2; ++times) EXPECT_FALSE(Topology().get_topology(found));
     EXPECT_NE(0, Topology().is_orvane_member(fidB));
     std::filesystem::rename(directory_, directory_ + ".away");
-    ASSERT_EQ(0, ::mkdir(directory_.c_str(), 0700)); // which would have to be opened
+    EXPECT_EQ(0, ::mkdir(directory_.c_str(), 0700)); // which would have to be opened
     EXPECT_NE(0, Topology().is_orvane_member(fidB));
     std::filesystem::rename(directory_ + ".away", directory_);
-  }
+  });
   EXPECT_EQ(trace_.find("no topology"), trace_.rfind("no topology")) << "said once: " << trace_;
   traced("no topology, bus directory cannot be read now: Too many open files");
   EXPECT_EQ(known, topology());
@@ -116,21 +112,23 @@ TEST_F(TopologyService, StaysWholeWithoutMemory) {
   start(fidA);
   rewrite(text);
   const std::string known = topology();
-  std::vector<orvane_parent> found;
-  for (auto [n, ending] = std::pair(0, fake::Ending::failed); ending != fake::Ending::complete; ++n) {
+  const auto look = [] { TopologyDoWork(nullptr, nullptr, tell); };
+  const auto change = [&] {
     rewrite("{}");
     EXPECT_NE(known, topology());
-    TopologyDoWork(nullptr, nullptr, tell);
+    look();
     told.clear();
     rewrite(text);
     std::this_thread::sleep_for(std::chrono::milliseconds(25)); // file times settle, so that a look may be trusted
-    ending = fake::runWithout(n, [] { TopologyDoWork(nullptr, nullptr, tell); });
-    TopologyDoWork(nullptr, nullptr, tell);
-    EXPECT_EQ(1, std::count(told.begin(), told.end(), '.')) << n;
-    EXPECT_EQ(known, topology()) << n;
-    for (const int fid : {0, 1, 3, 4, 5}) EXPECT_NE(0, Topology().is_orvane_member(fids[fid])) << n;
-    EXPECT_TRUE(Topology().get_static_members(found, "") && found.size() == 1) << n;
-  }
+  };
+  fake::failEachNew(change, look, [&](fake::Ending /*ending*/) {
+    std::vector<orvane_parent> found;
+    look();
+    EXPECT_EQ(1, std::count(told.begin(), told.end(), '.'));
+    EXPECT_EQ(known, topology());
+    for (const int fid : {0, 1, 3, 4, 5}) EXPECT_NE(0, Topology().is_orvane_member(fids[fid]));
+    EXPECT_TRUE(Topology().get_static_members(found, "") && found.size() == 1);
+  });
 }
 
 TEST_F(TopologyService, TellsOfChanges) {

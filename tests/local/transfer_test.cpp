@@ -1,5 +1,4 @@
 #include <fcntl.h>
-#include <optional>
 #include <poll.h>
 #include <sys/epoll.h>
 #include <sys/syscall.h>
@@ -12,7 +11,6 @@
 namespace {
 
 using fake::Ending;
-using fake::runWithout;
 using ovk::local::FileDescriptor;
 
 class Transfer : public LocalBus {
@@ -31,12 +29,12 @@ void sendAs(const FileDescriptor& stranger, const std::string& text) {
   EXPECT_EQ(text.size(), static_cast<std::size_t>(::send(stranger.get(), text.data(), text.size(), 0)));
 }
 
-using Traffic = std::pair<unsigned, unsigned>;
-Traffic traffic() {
-  Traffic carried;
-  Topology().get_qmxb_statistic(&carried.first, nullptr);
-  Topology().get_qmxb_statistic(nullptr, &carried.second);
-  return carried;
+// How many messages were written and read, so far.
+std::pair<unsigned, unsigned> traffic() {
+  unsigned written = 0, read = 0;
+  Topology().get_qmxb_statistic(&written, nullptr);
+  Topology().get_qmxb_statistic(nullptr, &read);
+  return {written, read};
 }
 
 bool isMessageWaiting() {
@@ -79,7 +77,7 @@ TEST_F(Transfer, RoutesByChannel) {
       {4, messageTo("@A", ""), "channel 4 is not open for writing"},
   };
   takePart(fidA);
-  const Traffic before = traffic();
+  const auto [written, read] = traffic();
   for (const auto& [channel, message, arrivesAt] : delivered) {
     EXPECT_EQ(0, send(channel, withFids(message)));
     EXPECT_EQ(withFids(message), receive(arrivesAt));
@@ -89,7 +87,7 @@ TEST_F(Transfer, RoutesByChannel) {
     traced(reason);
   }
   EXPECT_EQ("", receive(1) + receive(2));
-  EXPECT_EQ(Traffic(before.first + 6, before.second + 6), traffic());
+  EXPECT_EQ(std::pair(written + 6, read + 6), traffic());
 }
 
 TEST_F(Transfer, UnreadMessagesWaitInOrder) {
@@ -120,22 +118,6 @@ TEST_F(Transfer, WaitDescriptorTellsOfMessages) {
   EXPECT_FALSE(isMessageWaiting());
   // Of one that is shared, a child's messages would wake its parent.
   EXPECT_EQ(0, Child([&](Child&) { EXPECT_NE(descriptor, ovk_local_wait_descriptor()); }).finish());
-}
-
-TEST_F(Transfer, OrderHoldsWhenAWriterConnectsAnew) {
-  takePart(fidA);
-  EXPECT_EQ(0, send(0, messageTo(fidA, "first")));
-  for (const std::string number : {"0", "1", "2"}) {
-    Child sender([&](Child&) {
-      for (const char* text : {"a", "b"}) {
-        takePart(fidB); // which connects anew
-        EXPECT_EQ(0, send(0, messageTo(fidA, text + number)));
-      }
-    });
-    EXPECT_EQ(0, sender.finish());
-  }
-  for (const char* text : {"first", "a0", "b0", "a1", "b1", "a2", "b2"}) EXPECT_EQ(messageTo(fidA, text), receive(2));
-  EXPECT_EQ("", receive(2));
 }
 
 std::function<void()> duringWait;
@@ -272,37 +254,33 @@ TEST_F(Transfer, StrangersCostOnlyTheirOwnMessages) {
 TEST_F(Transfer, WithoutMemory) {
   static char buffer[16384];
   const std::string message = messageTo(fidA, "x");
-  Ending ending = Ending::failed;
   start(fidE);
   ASSERT_TRUE(ovk_local_start_watching());
   const auto before = files();
-  for (const auto& [index, role] : {std::pair(0, 1), std::pair(2, 2)}) {
-    ending = Ending::failed;
-    for (int n = 0; ending != Ending::complete; ++n) {
-      closeChannels();
-      start(fidA);
-      ending = runWithout(n, [index = index, role = role] { createTransferChannel(index, role); });
-      EXPECT_EQ(files() == before, ending == Ending::failed) << "channel " << index << ", operator new " << n;
-    }
+  const auto leave = [] {
+    closeChannels();
+    start(fidA);
+  };
+  for (const int index : {0, 2}) {
+    fake::failEachNew(
+        leave, [=] { createTransferChannel(index, index == 0 ? 1 : 2); },
+        [&](Ending ending) { EXPECT_EQ(files() == before, ending == Ending::failed) << index; });
   }
   for (const bool connected : {false, true}) {
-    const auto prepare = [&] {
+    const auto join = [&] {
       takePart(fidA);
       EXPECT_TRUE(!connected || (send(0, message) == 0 && receive(2) == message));
     };
-    ending = Ending::failed;
-    for (int n = 0; ending != Ending::complete; ++n) {
-      prepare();
-      ending = runWithout(n, [&] { send(0, message); });
-      EXPECT_EQ(ending == Ending::failed ? "" : message, receive(2)) << "sent, operator new " << n;
-    }
-    ending = Ending::failed;
-    for (int n = 0; ending != Ending::complete; ++n) {
-      prepare();
+    const auto joinAndSend = [&] {
+      join();
       EXPECT_EQ(0, send(0, message));
-      ending = runWithout(n, [] { readTransferChannel(2, buffer, sizeof buffer); });
-      EXPECT_EQ(ending == Ending::failed ? message : "", receive(2)) << "received, operator new " << n;
-    }
+    };
+    fake::failEachNew(
+        join, [&] { send(0, message); },
+        [&](Ending ending) { EXPECT_EQ(ending == Ending::failed ? "" : message, receive(2)); });
+    fake::failEachNew(
+        joinAndSend, [] { readTransferChannel(2, buffer, sizeof buffer); },
+        [&](Ending ending) { EXPECT_EQ(ending == Ending::failed ? message : "", receive(2)); });
   }
   ovk_local_stop_watching();
 }
@@ -313,12 +291,13 @@ TEST_F(Transfer, NewWritersWaitWhileDescriptorsAreShort) {
   EXPECT_EQ("", receive(2));
   const FileDescriptor late = stranger();
   sendAs(late, "late");
-  std::optional<NoDescriptors> shortage(std::in_place);
-  std::ofstream(path("probe")) << "";
-  EXPECT_EQ("", receive(2));
-  const bool stillWaiting = isMessageWaiting();
-  EXPECT_EQ("", receive(2));
-  shortage.reset();
+  bool stillWaiting = false;
+  withoutDescriptors([&] {
+    std::ofstream(path("probe")) << "";
+    EXPECT_EQ("", receive(2));
+    stillWaiting = isMessageWaiting();
+    EXPECT_EQ("", receive(2));
+  });
   // Where the limit is only played, a call that it refuses has had its effect: the writer is hung up.
   if (::access(path("probe").c_str(), F_OK) == 0) GTEST_SKIP() << "descriptors do not get short here";
   EXPECT_FALSE(stillWaiting);

@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <new>
+#include <regex>
 #include <sstream>
 
 #include "core/registry.h"
@@ -19,17 +21,9 @@ namespace {
 
 fake::Platform current;
 
-std::string abridged(std::string text, const std::string& message) {
-  const std::size_t at = message.empty() ? std::string::npos : text.find(message);
-  return at == std::string::npos ? text : text.replace(at, message.size(), "MSG");
-}
-
-std::string withoutAddresses(std::string text) {
-  for (std::size_t at = 0; (at = text.find("0x", at)) != std::string::npos; at += 2) {
-    const std::size_t end = std::min(text.find_first_not_of("0123456789abcdef", at + 2), text.size());
-    if (end - at > 7) text.replace(at, end - at, "PTR");
-  }
-  return text;
+std::string replacedFirst(std::string text, const std::string& part, const char* by) {
+  const std::size_t at = part.empty() ? std::string::npos : text.find(part);
+  return at == std::string::npos ? text : text.replace(at, part.size(), by);
 }
 
 // Returns what the calls return that do nothing else.
@@ -37,11 +31,8 @@ template <typename... Arguments>
 int record(const char* name, const Arguments&... arguments) {
   const fake::Undisturbed undisturbed;
   std::ostringstream call;
-  [[maybe_unused]] const char* separator = "";
-  call << name << '(';
-  ((call << separator << arguments, separator = ", "), ...);
-  call << ')';
-  current.calls.push_back(call.str());
+  ((call << ", " << arguments), ...);
+  current.calls.push_back(name + ("(" + (sizeof...(arguments) == 0 ? "" : call.str().substr(2)) + ")"));
   return current.topologyResult;
 }
 
@@ -64,17 +55,19 @@ std::string parentOf(const std::string& fid) { return "parent of " + fid; }
 std::string Platform::errors(const std::string& message) const {
   std::string all;
   for (const TraceLine& line : trace) {
-    if (line.level == traceError) all += abridged(line.text, message);
+    if (line.level == traceError) all += replacedFirst(line.text, message, "MSG");
   }
   return all;
 }
 
 std::string Platform::lines(const std::string& message, const std::string& without) const {
+  static const std::regex address("0x[0-9a-f]{6,}");
+  static const std::regex blankAtEnd(" \n$");
   std::string all;
   for (const TraceLine& line : trace) {
     if (without.find(" " + line.function + " ") != std::string::npos) continue;
-    all += std::to_string(line.level) + " " + line.function + ": " + withoutAddresses(abridged(line.text, message));
-    if (all.size() > 1 && all[all.size() - 2] == ' ') all[all.size() - 2] = '_';
+    const std::string text = std::regex_replace(replacedFirst(line.text, message, "MSG"), address, "PTR");
+    all += std::to_string(line.level) + " " + line.function + ": " + std::regex_replace(text, blankAtEnd, "_\n");
   }
   return all;
 }
@@ -115,14 +108,12 @@ void logTracePrint(const char* file, int /*line*/, const char* function, int lev
   const fake::Undisturbed undisturbed;
   std::va_list arguments;
   va_start(arguments, format);
-  std::va_list again;
-  va_copy(again, arguments);
-  std::string text(static_cast<std::size_t>(std::vsnprintf(nullptr, 0, format, arguments)), '\0');
-  std::vsnprintf(text.data(), text.size() + 1, format, again);
-  va_end(again);
+  char* text = nullptr;
+  EXPECT_GE(::vasprintf(&text, format, arguments), 0);
   va_end(arguments);
   EXPECT_STREQ(file, "QMXBusAPI") << text;
   current.trace.push_back({level, function, text});
+  std::free(text);
 }
 
 int createQMXBSharedMemory() { return record("createQMXBSharedMemory"); }

@@ -1,12 +1,14 @@
-// What the command line takes and what it refuses, row by row. Refusals must name the text that was wrong.
+// What the command line takes and what it refuses, parser by parser. Refusals must name the text that was wrong.
 
 #include "arguments.h"
 
 #include <functional>
 #include <gtest/gtest.h>
+#include <map>
 #include <sstream>
 
 #include "failure.h"
+#include "support/sections.h"
 #include "table.h"
 
 namespace tool {
@@ -49,37 +51,30 @@ std::string outcome(const Parser& parse, const std::string& text) {
   }
 }
 
-void expectRows(const Parser& parse, const std::vector<std::pair<std::string, std::string>>& taken,
-                const std::vector<std::string>& refused) {
-  for (const auto& [text, result] : taken) EXPECT_EQ(outcome(parse, text), result) << text;
-  for (const std::string& text : refused) EXPECT_EQ(outcome(parse, text), "refused") << text;
-}
-
+// Below each title stand the texts that a parser takes, with what it makes of them behind an arrow, and those it refuses.
 TEST(Arguments, AreTakenOrRefusedByName) {
-  expectRows(identifier, {{"VR019_00042_0A9Fa0B1f2D3", "VR019_00042_0A9Fa0B1f2D3"}},
-             {"", "VR017_00042_00A0B1C2D3E", "VR017_00042_00A0B1C2D3E4F", "VR 17_   42_00A0B1C2D3E4",
-              "vr017_00042_00A0B1C2D3E4", "VR017-00042_00A0B1C2D3E4", "VR017_00042_00A0B1C2D3G4",
-              "VR0A7_00042_00A0B1C2D3E4"});
-  expectRows(area, {{"0x64:0x10", "100:16"}, {"0:65536", "0:65536"}, {"65535", "65535:1"}},
-             {"", "abc", "-1", "+1", " 1", "1 ", "0x", "1:", ":1", "1:0", "0:65537", "1:-1", "1:2:3", "65536",
-              "65535:2", "99999999999999999999", "0x1G", "1.5"});
-  expectRows(assignment,
-             {{"0x64=0xFFFF,0,65535", "100=65535,0,65535"}, {"65535=7", "65535=7"}, {ones(1024), ones(1024)}},
-             {"", "100", "=1", "100=", "100=1,", "100=,1", "100=65536", "100=-1", "x=1", "100=1=2", "65535=1,2",
-              "65536=1", ones(1025)});
-  expectRows(tag, {{"17", "port:17"}, {"port:0x11", "port:17"}, {"info:65535", "info:65535"}},
-             {"", "port:", "info", "device:1", "PORT:1", "65536", "-1", ":1", "info:1:2"});
-  expectRows(seconds, {{".25", "250 ms"}, {"0.001", "1 ms"}, {"86400", "86400000 ms"}},
-             {"", "0", "-1", "nan", "inf", "1e3", "0,5", "2s", "86401", "0.0001"});
-}
-
-TEST(Arguments, ValuesStandInRegisters) {
-  expectRows(value("i16"), {{"-32768", "32768 is -32768"}}, {"32768", "-32769", "0x-1", "--1"});
-  expectRows(value("hex"), {{"1f", "31 is 0x001F"}, {"0x1F", "31 is 0x001F"}}, {"10000", "g", "-1", "0x"});
-  expectRows(value("u32"), {{"65538", "1,2 is 65538"}, {"0xFFFFFFFF", "65535,65535 is 4294967295"}},
-             {"4294967296", "-1"});
-  expectRows(value("i32", true), {{"-2", "65534,65535 is -2"}}, {});
-  expectRows(value("f32"), {{"1e-3", "14979,4719 is 0.001"}}, {"inf", "nan", "1e99", "1,5", "1.5x", ""});
+  const std::map<std::string, Parser> parsers = {{"identifier", identifier},
+                                                 {"area", area},
+                                                 {"assignment", assignment},
+                                                 {"tag", tag},
+                                                 {"seconds", seconds},
+                                                 {"value i16", value("i16")},
+                                                 {"value hex", value("hex")},
+                                                 {"value u32", value("u32")},
+                                                 {"value i32 swapped", value("i32", true)},
+                                                 {"value f32", value("f32")}};
+  for (const auto& [title, rows] : sections(OVK_TEST_DATA "/tool/arguments.txt")) {
+    std::istringstream lines(rows);
+    for (std::string row; std::getline(lines, row);) {
+      const std::size_t arrow = row.find(" -> ");
+      const std::string expected = arrow == std::string::npos ? "refused" : row.substr(arrow + 4);
+      EXPECT_EQ(outcome(parsers.at(title), row.substr(0, arrow)), expected) << title << ": " << row;
+    }
+  }
+  for (const auto& [name, parse] : parsers) EXPECT_EQ(outcome(parse, ""), "refused") << name;
+  EXPECT_EQ(outcome(area, "1 "), "refused");
+  EXPECT_EQ(outcome(assignment, ones(1024)), ones(1024));
+  EXPECT_EQ(outcome(assignment, ones(1025)), "refused");
 }
 
 TEST(Table, ColumnsStandStillWhateverTheCells) {
