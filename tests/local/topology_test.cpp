@@ -9,7 +9,7 @@ namespace {
 
 using TopologyService = LocalBus;
 
-// Lets the time for which a snapshot is trusted pass.
+// Within the time for which a snapshot is trusted, and some more.
 bool eventually(const std::function<bool()>& condition) {
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
   while (!condition())

