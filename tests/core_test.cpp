@@ -223,8 +223,7 @@ TEST_F(Core, TopologyListsAreReplacedOrLeftAlone) {
 
 TEST_F(Core, TopologyAnswersAreTheServices) {
   std::string controller;
-  unsigned delivered = 0;
-  unsigned received = 0;
+  unsigned delivered = 0, received = 0;
   platform().topologyResult = -7;
   for (const bool known : {true, false}) {
     platform().knowsParents = known;

@@ -13,21 +13,14 @@ using namespace messages;
 #define SIZE(record, size) (sizeof(void*) != 8 || sizeof(record) == (size))
 static_assert(offsetof(ovk_CommonData_t, refId) == 50 && sizeof(ovk_CommonData_t) == 91);
 static_assert(AT(InfoRsp, success, 92) && AT(InfoRsp, errReason, 96) && AT(InfoRsp, numTagRegBlocks, 180) &&
-              AT(InfoRsp, pTagRegBlocks, 184) && AT(InfoRsp, numResRegBlocks, 192) && AT(InfoRsp, pResRegBlocks, 200) &&
-              AT(InfoRsp, ModbusBufferSize, 208) && SIZE(InfoRsp, 216));
-static_assert(AT(TagRsp, numTagItems, 180) && SIZE(TagRsp, 192));
-static_assert(AT(TagReq, numTags, 92) && SIZE(TagReq, 104));
-static_assert(AT(ReadRsp, startRegister1, 180) && AT(ReadRsp, pStartRegister1, 192) &&
-              AT(ReadRsp, startRegister2, 200) && AT(ReadRsp, pStartRegister2, 208) && SIZE(ReadRsp, 216));
-static_assert(AT(ReadReq, startRegister1, 92) && AT(ReadReq, numberRegisters1, 96) &&
-              AT(ReadReq, startRegister2, 100) && sizeof(ReadReq) == 108);
-static_assert(AT(WriteReq, sendNotification, 92) && AT(WriteReq, startRegister1, 96) &&
-              AT(WriteReq, pStartRegister1, 104) && AT(WriteReq, startRegister2, 112) &&
-              AT(WriteReq, pStartRegister2, 120) && SIZE(WriteReq, 128));
-static_assert(sizeof(InfoReq) == 91 && sizeof(WriteRsp) == 180);
-static_assert(AT(_TagItem_t, tag_type, 28) && AT(_TagItem_t, tag, 32) && AT(_TagItem_t, idd, 34) &&
-              AT(_TagItem_t, data, 36) && AT(_TagItem_t, startReg, 56) && AT(_TagItem_t, regLen, 60));
-static_assert(sizeof(_TagItem_t) == 64 && sizeof(DevTagDevInfoTag) == 8 && sizeof(Tag_t) == 8);
+              AT(InfoRsp, pTagRegBlocks, 184) && AT(InfoRsp, numResRegBlocks, 192) && SIZE(InfoRsp, 216));
+static_assert(AT(TagRsp, numTagItems, 180) && SIZE(TagRsp, 192) && AT(TagReq, numTags, 92) && SIZE(TagReq, 104));
+static_assert(AT(ReadRsp, startRegister1, 180) && AT(ReadRsp, pStartRegister1, 192) && SIZE(ReadRsp, 216));
+static_assert(AT(ReadReq, numberRegisters1, 96) && AT(ReadReq, startRegister2, 100) && sizeof(ReadReq) == 108);
+static_assert(AT(WriteReq, sendNotification, 92) && AT(WriteReq, pStartRegister1, 104) && SIZE(WriteReq, 128));
+static_assert(sizeof(InfoReq) == 91 && sizeof(WriteRsp) == 180 && sizeof(Tag_t) == 8 && sizeof(_TagItem_t) == 64);
+static_assert(AT(_TagItem_t, tag_type, 28) && AT(_TagItem_t, idd, 34) && AT(_TagItem_t, data, 36) &&
+              AT(_TagItem_t, startReg, 56) && sizeof(DevTagDevInfoTag) == 8);
 static_assert(AT(OrvaneServiceRegistration_t, p_UserContext, 16) &&
               AT(OrvaneServiceRegistration_t, TransferChannelReadIdx, 40));
 

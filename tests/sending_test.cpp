@@ -29,11 +29,6 @@ public:
   Item* list(const char* name, Item* usual) const {
     return text(name, "") == nullptr ? nullptr : usual;
   }
-  const char* dst() const { return text("dst", peer); }
-  const char* src() const { return text("src", own); }
-  const char* ref() const { return text("ref", "r"); }
-  bool success() const { return number("success", 1) != 0; }
-  const char* reason() const { return text("reason", "why"); }
 
 private:
   std::istringstream words_;
@@ -41,43 +36,34 @@ private:
   std::map<std::string, std::string> given_;
 };
 
-const std::map<std::string, unsigned (*)(const Call&)> functions = {
-    {"write",
-     [](const Call& c) {
-       return ovk_WriteRegisters(c.dst(), c.ref(), c.number("notification", 0), c.number("start", 1),
-                                 c.list("words", words), c.number("count", 1), c.number("start2", -1),
-                                 c.list("words2", words), c.number("count2", 9));
-     }},
-    {"read",
-     [](const Call& c) {
-       return ovk_ReadRegisters(c.dst(), c.ref(), c.number("start", 1), c.number("count", 1), c.number("start2", 0),
-                                c.number("count2", 0));
-     }},
-    {"serve-words",
-     [](const Call& c) {
-       return ovk_serveReadRegisters(c.dst(), c.src(), c.ref(), 4, c.list("words", words), c.number("count", 1), 7,
-                                     c.list("words2", words), c.number("count2", 1), c.success(), c.reason());
-     }},
-    {"serve-write",
-     [](const Call& c) { return ovk_serveWriteRegisters(c.dst(), c.src(), c.ref(), c.success(), c.reason()); }},
-    {"ask-info", [](const Call& c) { return ovk_ReadDeviceInfo(c.dst(), c.ref()); }},
-    {"serve-info",
-     [](const Call& c) {
-       return ovk_serveReadDeviceInfo(c.dst(), c.src(), c.ref(), c.number("count", 1), c.list("blocks", blocks),
-                                      c.number("count2", 1), c.list("blocks2", blocks), 256, c.success(), c.reason());
-     }},
-    {"ask-tags", [](const Call& c) { return ovk_ReadTags(c.dst(), c.ref(), {}); }},
-    {"serve-tags",
-     [](const Call& c) {
-       return ovk_serveReadTag(c.dst(), c.src(), c.ref(), static_cast<unsigned>(c.number("count", 1)),
-                               c.list("items", items), c.success(), c.reason());
-     }},
-    {"transfer",
-     [](const Call& c) {
-       return ovk_build_and_transfer_message(ovk_Service_TagReadServer, c.dst(), c.src(), c.ref(), false, false,
-                                             nullptr, Json());
-     }},
-};
+unsigned statusOf(const Call& c) {
+  const char* const dst = c.text("dst", peer);
+  const char* const src = c.text("src", own);
+  const char* const ref = c.text("ref", "r");
+  const bool success = c.number("success", 1) != 0;
+  const char* const reason = c.text("reason", "why");
+  const int start = c.number("start", 1);
+  const int count = c.number("count", 1);
+  const uint16_t* const values = c.list("words", words);
+  const uint16_t* const values2 = c.list("words2", words);
+  if (c.function() == "write")
+    return ovk_WriteRegisters(dst, ref, c.number("notification", 0), start, values, count, c.number("start2", -1),
+                              values2, c.number("count2", 9));
+  if (c.function() == "read")
+    return ovk_ReadRegisters(dst, ref, start, count, c.number("start2", 0), c.number("count2", 0));
+  if (c.function() == "serve-words")
+    return ovk_serveReadRegisters(dst, src, ref, 4, values, count, 7, values2, c.number("count2", 1), success, reason);
+  if (c.function() == "serve-write") return ovk_serveWriteRegisters(dst, src, ref, success, reason);
+  if (c.function() == "ask-info") return ovk_ReadDeviceInfo(dst, ref);
+  if (c.function() == "serve-info")
+    return ovk_serveReadDeviceInfo(dst, src, ref, count, c.list("blocks", blocks), c.number("count2", 1),
+                                   c.list("blocks2", blocks), 256, success, reason);
+  if (c.function() == "ask-tags") return ovk_ReadTags(dst, ref, {});
+  if (c.function() == "serve-tags")
+    return ovk_serveReadTag(dst, src, ref, static_cast<unsigned>(count), c.list("items", items), success, reason);
+  EXPECT_EQ(c.function(), "transfer");
+  return ovk_build_and_transfer_message(ovk_Service_TagReadServer, dst, src, ref, false, false, nullptr, Json());
+}
 
 class Sending : public Receiver {
 protected:
@@ -91,7 +77,7 @@ protected:
     platform().knowsMyFid = fault != "no-own-fid";
     platform().knowsParents = fault != "no-parent";
     platform().writeResult = fault == "channel-refuses" ? 1 : fault == "channel-fails" ? -1 : 0;
-    const unsigned status = functions.at(call.function())(call);
+    const unsigned status = statusOf(call);
     std::string all = platform().errors();
     for (const auto& [channel, text] : platform().written) all += text + "\n";
     return all + std::to_string(status) + counted();
