@@ -7,6 +7,7 @@
 #include "platform/local/file_descriptor.h"
 #include "platform/local/socket_address.h"
 #include "platform/shared_memory.h"
+#include "support/sections.h"
 
 namespace {
 
@@ -56,38 +57,29 @@ TEST_F(Transfer, ChannelsHaveTheirRole) {
 }
 
 TEST_F(Transfer, RoutesByChannel) {
+  const auto outcome = [this](int channel, const std::string& message) {
+    trace_.clear();
+    const bool written = send(channel, message) == 0;
+    const std::string first = receive(1);
+    const std::string all = first + receive(2);
+    EXPECT_EQ(written ? message : "", all);
+    const std::size_t reason = trace_.find(": ") + 2;
+    return !written       ? trace_.substr(reason, trace_.find('\n') - reason)
+           : all == first ? "to channel 1"
+                          : "to channel 2";
+  };
   writeTopology(R"({"controllers":[{"fid":"@A","sensors":[{"fid":"@B"}]}]})");
-  const std::tuple<int, std::string, int> delivered[] = {
-      {0, R"({"dst":{"fid":"nobody","at":"@A"}})", 2}, // the controller is named
-      {0, messageTo("@A", "own"), 2},                  // it is the controller
-      {0, messageTo("@B", "below"), 2},                // it has a controller
-      {3, messageTo("@B", "below"), 1},                // likewise
-      {3, R"({"dst":{"fid":"@A","at":"nobody"}})", 1}, // what is named counts for requests only
-      {0, messageTo(fidA, "longest", 16383), 2},
-  };
-  const std::tuple<int, std::string, const char*> refused[] = {
-      {0, R"({"dst":{"fid":"x","at":"@C"}})", "cannot write to VR001_00003_0000000000CC: it is not running"},
-      {0, R"({"dst":{"at":")" + std::string(200, '/') + "\"}}", "File name too long"},
-      {3, messageTo("@C", ""), "no controller known for VR001_00003_0000000000CC"},
-      {0, R"({"dst":{"at":5}})", "message names no destination"},
-      {0, "no JSON", "message names no destination"},
-      {0, "", "a message has 1 to 16383 bytes, not 0"},
-      {0, messageTo(fidA, "too long", 16384), "a message has 1 to 16383 bytes, not 16384"},
-      {1, messageTo("@A", ""), "channel 1 is not open for writing"},
-      {4, messageTo("@A", ""), "channel 4 is not open for writing"},
-  };
   takePart(fidA);
   const auto [written, read] = traffic();
-  for (const auto& [channel, message, arrivesAt] : delivered) {
-    EXPECT_EQ(0, send(channel, withFids(message)));
-    EXPECT_EQ(withFids(message), receive(arrivesAt));
-  }
-  for (const auto& [channel, message, reason] : refused) {
-    EXPECT_NE(0, send(channel, withFids(message)));
-    traced(reason);
-  }
-  EXPECT_EQ("", receive(1) + receive(2));
+  expectOutcomes(OVK_TEST_DATA "/local/routes.txt", [&](const std::string& /*title*/, const std::string& in) {
+    return outcome(in[0] - '0', withFids(in.substr(2))) + '\n';
+  });
+  EXPECT_EQ("to channel 2", outcome(0, messageTo(fidA, "longest", 16383)));
   EXPECT_EQ(std::pair(written + 6, read + 6), traffic());
+  EXPECT_EQ("a message has 1 to 16383 bytes, not 16384", outcome(0, messageTo(fidA, "too long", 16384)));
+  EXPECT_EQ("a message has 1 to 16383 bytes, not 0", outcome(0, ""));
+  outcome(0, R"({"dst":{"at":")" + std::string(200, '/') + "\"}}");
+  traced("File name too long");
 }
 
 TEST_F(Transfer, UnreadMessagesWaitInOrder) {
