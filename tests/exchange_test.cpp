@@ -105,23 +105,6 @@ TEST_F(Exchange, WithoutMemory) {
   }
 }
 
-// What the platform refuses is told to the sender, whatever is sent.
-TEST_F(Exchange, WithoutThePlatform) {
-  const Call faults[] = {[] { fake::platform().knowsMyFid = false; }, [] { fake::platform().knowsParents = false; },
-                         [] { fake::platform().writeResult = -1; }, [] { fake::platform().writeResult = 1; }};
-  for (int service = 0; service < 8; ++service) {
-    for (const Call& fault : faults) {
-      if (service == ovk_Service_RegisterReadServer && &fault == &faults[1]) continue; // it names no parent but its own
-      startOver();
-      fault();
-      EXPECT_NE(rows[service].send(), 0U) << rows[service].what;
-      EXPECT_TRUE(platform().written.empty());
-      EXPECT_NE(platform().errors(), "");
-      EXPECT_EQ(platform().counters[rows[service].counter], 0);
-    }
-  }
-}
-
 // The examples of the page on messages are received without complaint.
 TEST_F(Exchange, DocumentedExamples) {
   std::ifstream page(OVK_MESSAGES_PAGE);

@@ -58,7 +58,8 @@ unsigned statusOf(const Call& c) {
   if (c.function() == "serve-info")
     return ovk_serveReadDeviceInfo(dst, src, ref, count, c.list("blocks", blocks), c.number("count2", 1),
                                    c.list("blocks2", blocks), 256, success, reason);
-  if (c.function() == "ask-tags") return ovk_ReadTags(dst, ref, {});
+  if (c.function() == "ask-tags")
+    return ovk_ReadTags(dst, ref, std::vector<DevTagDevInfoTag>(static_cast<std::size_t>(count), {1, 17}));
   if (c.function() == "serve-tags")
     return ovk_serveReadTag(dst, src, ref, static_cast<unsigned>(count), c.list("items", items), success, reason);
   EXPECT_EQ(c.function(), "transfer");
