@@ -1,8 +1,8 @@
 // One process's part in the bus: start, requests with their deadlines, shutdown.
 //
 // The library remembers no request, so the matching of answers and the waiting are here. Waiting is poll() on the
-// library's descriptor, never a pause. A failed answer without a reason, and every failed device information answer,
-// is dropped before it reaches a callback: only the own error counters tell that something came.
+// library's descriptor, never a pause. A failed answer without a reason, or a failed device information answer without
+// payload, is dropped before it reaches a callback: only the own error counters tell that something came.
 
 #include "session.h"
 

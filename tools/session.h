@@ -61,8 +61,8 @@ public:
   template <ovk_Service_t service, class Record, class Send, class Take>
   void ask(const std::string& fid, Send send, Take take) {
     Question<Record, Take> question{{fid, nextReference(), false, false, ""}, std::move(take)};
-    listen<service, Record>(question);
     const Unlisten end{service};
+    listen<service, Record>(question);
     requireKnown(fid);
     exchange(question.reply, [&] { return send(question.reply.refId.c_str()); });
   }

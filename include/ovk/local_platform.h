@@ -85,7 +85,8 @@ OVK_API std::string ovk_local_bus_directory();
 OVK_API void ovk_local_set_trace_threshold(int level);
 
 /// Takes trace lines. `line` has no line feed at its end, but may hold some; it is followed by a NUL and is gone after
-/// the call. An exception that the sink throws is swallowed.
+/// the call. An exception that the sink throws is swallowed. A sink calls no function of this
+/// library.
 using ovk_local_TraceSink_t = void (*)(const char* line, unsigned length, void* context);
 
 /// Chooses where trace lines go.

@@ -39,7 +39,7 @@ enum ovk_MessageType_t : int {
 
 /// How the library calls a service callback: with the service's record (see ovk/records.h) and that record's size in
 /// bytes. The record and its blocks are lent for the duration of the call: copy what is to be kept, free nothing. The
-/// callback may call any function of this library. When callbacks call ovk_DoWork(), at most 8 such calls nest. A deeper one
+/// callback may call any function of this library. When callbacks call ovk_DoWork(), at most 8 calls nest, the outermost included. A deeper one
 /// reads nothing and writes one level-2 trace line; the messages stay queued, in their order, for the calls around it. A
 /// negative result is traced as a failure to process the message; the value has no other effect. An exception passes through
 /// ovk_DoWork() to its caller after the record was released.

@@ -73,9 +73,10 @@ unsigned ovk_RegisterForService(ovk_Service_t service, void* p_ServiceCallback, 
   const int writeIdx = registration->TransferChannelWriteIdx = getTransferChannelWriteIdx(service);
   try {
     return openChannels(__func__, service, readIdx, writeIdx);
-  } catch (...) {                                // no memory to finish it
-    registration = ovk::registrationOf(service); // again: the application may have replaced the table meanwhile
-    if (registration != nullptr) *registration = before;
+  } catch (...) { // no memory to finish it
+    // Looked up again: the application may have replaced the table meanwhile, or filled in this entry itself.
+    registration = ovk::registrationOf(service);
+    if (registration != nullptr && registration->p_ServiceCallback == p_ServiceCallback) *registration = before;
     throw;
   }
 }

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "callback/callback_data.h"
 #include "core/block.h"
@@ -108,10 +109,9 @@ public:
   // Whether this level may read; a refusal is traced once until the outermost call returns.
   bool mayRead() const {
     if (depth_ <= mostLevels) return true;
-    if (!isRefusalTraced_) {
+    if (!std::exchange(isRefusalTraced_, true)) { // before the trace: a sink may call the library, too
       OVK_TRACE_AS(loop, traceError, "work calls nested more than %d deep by callbacks, nothing is read\n", mostLevels);
     }
-    isRefusalTraced_ = true;
     return false;
   }
 

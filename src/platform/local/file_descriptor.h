@@ -32,6 +32,13 @@ inline int aboveStandardStreams(int descriptor) {
   return moved;
 }
 
+/// Whether a descriptor above those of the standard streams is free; errno says why not. `open` is any open one.
+inline bool canOpenAboveStreams(int open) {
+  const int spare = ::fcntl(open, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  if (spare >= 0) ::close(spare);
+  return spare >= 0;
+}
+
 /// Whether the process may make a file that large; errno says EFBIG when not. Asked before a write, which would end the
 /// process by SIGXFSZ.
 inline bool isWithinFileSizeLimit(std::size_t size) {

@@ -8,8 +8,10 @@
 #include "platform/local/file_lock.h"
 
 #include <cerrno>
-#include <ctime>
+#include <chrono>
 #include <fcntl.h>
+
+#include "platform/local/pause.h"
 
 namespace ovk::local {
 
@@ -19,8 +21,8 @@ constexpr off_t ownLength = 1;
 constexpr off_t sweepLength = 2;
 
 // A sweep takes microseconds; if one hangs, the newcomer gives up after a tenth of a second.
-constexpr int mostAttempts = 100;
-constexpr timespec pause{0, 1'000'000};
+constexpr auto longestSweep = std::chrono::milliseconds(100);
+constexpr auto interval = std::chrono::milliseconds(1);
 
 struct flock range(short type, off_t length) {
   struct flock lock {};
@@ -56,7 +58,7 @@ std::optional<FileLock::Outcome> attempt(const BusDirectory& directory, const st
   if (::fcntl(file.get(), F_OFD_SETLK, &lock) != 0) {
     if (errno != EAGAIN && errno != EACCES) return FileLock::Outcome::failed;
     if (!own || lengthInTheWay(file.get()) == ownLength) return FileLock::Outcome::held;
-    ::nanosleep(&pause, nullptr);
+    pauseUntil(std::chrono::steady_clock::now() + interval);
     return std::nullopt;
   }
   if (!isStillNamed(directory, name, file.get())) return std::nullopt;
@@ -69,13 +71,11 @@ FileLock::Outcome FileLock::take(const BusDirectoryPtr& directory, const std::st
                                  std::optional<FileLock>& lock) {
   std::string kept = name; // first: once the lock is taken nothing may fail any more
   FileDescriptor file;
-  for (int tried = 0; tried < mostAttempts; ++tried) {
-    const std::optional<Outcome> outcome = attempt(*directory, name, purpose, file);
-    if (!outcome) continue;
-    if (*outcome == Outcome::taken) lock.emplace(FileLock(directory, std::move(kept), std::move(file)));
-    return *outcome;
-  }
-  return Outcome::held;
+  std::optional<Outcome> outcome;
+  const auto end = std::chrono::steady_clock::now() + longestSweep;
+  while (!outcome && std::chrono::steady_clock::now() < end) outcome = attempt(*directory, name, purpose, file);
+  if (outcome == Outcome::taken) lock.emplace(FileLock(directory, std::move(kept), std::move(file)));
+  return outcome.value_or(Outcome::held);
 }
 
 FileLock::FileLock(BusDirectoryPtr directory, std::string name, FileDescriptor file)

@@ -25,6 +25,7 @@ public:
   void draw(std::string_view text);
   void clear() { nodes_.clear(); }
   std::size_t footprint() const { return nodes_.capacity() * sizeof(Node); }
+  void dropSpareRoom() { nodes_.shrink_to_fit(); }
   bool empty() const { return nodes_.empty(); }
   const Node& operator[](std::uint32_t node) const { return nodes_[node]; }
 

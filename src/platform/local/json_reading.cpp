@@ -86,11 +86,16 @@ JsonReading* JsonReading::of(std::string_view text) {
 }
 
 void JsonReading::keep(JsonReading* reading) {
-  const bool isKept = reading != nullptr && reading->footprint() <= mostBytesKept;
+  const bool isKept = reading != nullptr && reading->isSmall();
   const std::unique_ptr<JsonReading> dropped(isKept ? std::exchange(kept, reading) : reading);
 }
 
-std::size_t JsonReading::footprint() const { return sizeof *this + text_.capacity() + outline_.footprint(); }
+// The outline of the longest messages fits only without the room that it has for more.
+bool JsonReading::isSmall() {
+  const auto fits = [this] { return sizeof *this + text_.capacity() + outline_.footprint() <= mostBytesKept; };
+  if (!fits() && text_.capacity() < mostBytesKept) outline_.dropSpareRoom();
+  return fits();
+}
 
 // Checks the text and forgets all about the one before, unless it is the same.
 void JsonReading::turnTo(std::string_view text) {

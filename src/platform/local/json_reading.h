@@ -92,7 +92,7 @@ public:
   }
 
 private:
-  std::size_t footprint() const;
+  bool isSmall();
 
   using NodeIndex = std::uint32_t;
   static constexpr NodeIndex none = 0xFFFFFFFF;                  // of elements that are neither objects nor arrays

@@ -5,8 +5,8 @@
 namespace ovk::local {
 
 /// State of the process, made at first use. It has no destructor, since exit handlers and the destructors of the program's
-/// static objects may still use it. A function with the attribute `destructor` calls end(): it runs after those, or when the
-/// library is unloaded.
+/// static objects may still use it. A function with the attribute `destructor` calls end(): in a shared library it runs after
+/// those, or when the library is unloaded.
 template <typename State>
 class Lasting {
 public:

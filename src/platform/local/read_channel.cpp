@@ -103,9 +103,11 @@ int ReadChannel::findReady() {
 // Returns the new connection, or -1. Without a descriptor for it the listener would stay readable: it is left alone until one
 // is free.
 int ReadChannel::acceptOne() {
-  makeRoomForOne(); // first: without memory the writer must wait, with all that it has written already
-  FileDescriptor connection(
-      uninterrupted([this] { return ::accept4(listener_.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC); }));
+  // Memory and a descriptor must be there first: a connection that is closed again loses what its writer has sent already.
+  makeRoomForOne();
+  const bool isRoom = canOpenAboveStreams(listener_.get());
+  const auto accept = [this] { return ::accept4(listener_.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC); };
+  FileDescriptor connection(isRoom ? uninterrupted(accept) : -1);
   const int error = errno;
   const bool shortage = !connection && isShortage(error);
   if (shortage != paused_) {

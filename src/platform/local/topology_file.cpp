@@ -8,12 +8,12 @@
 
 #include <cerrno>
 #include <chrono>
-#include <ctime>
 #include <fcntl.h>
 #include <string_view>
 #include <sys/file.h>
 
 #include "platform/local/file_names.h"
+#include "platform/local/pause.h"
 #include "platform/local/trace.h"
 
 namespace ovk::local {
@@ -67,14 +67,6 @@ std::string replaceFile(const BusDirectory& directory, const std::string& text) 
       ::fsync(directory.descriptor()) != 0) // the name, too, has to survive a loss of power
     return failure("cannot replace");
   return {};
-}
-
-// Pauses until then. The time is absolute: a pause that counts what is left after each signal may never end.
-void pauseUntil(std::chrono::steady_clock::time_point time) {
-  const auto nanoseconds = std::chrono::duration_cast<std::chrono::nanoseconds>(time.time_since_epoch()).count();
-  const timespec end{static_cast<time_t>(nanoseconds / 1'000'000'000), static_cast<long>(nanoseconds % 1'000'000'000)};
-  while (::clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &end, nullptr) == EINTR) {
-  }
 }
 
 // The lock of an edit. Edits take milliseconds, so it is polled: a wait in the kernel would hang with a holder that hangs. Its

@@ -11,8 +11,10 @@
 #include <cstdarg>
 #include <cstdio>
 #include <ctime>
+#include <fcntl.h>
 #include <memory>
 #include <new>
+#include <sys/stat.h>
 
 #include "ovk/local_platform.h"
 #include "platform/local/file_descriptor.h"
@@ -52,7 +54,17 @@ std::size_t formatLine(char* to, std::size_t size, const timespec& now, const Or
   return prefix + static_cast<std::size_t>(std::max(length, 0));
 }
 
+// Whether the stream takes so much more. A file at its size limit would end the process by SIGXFSZ.
+bool mayWrite(int stream, std::size_t length) {
+  struct stat file;
+  if (::fstat(stream, &file) != 0 || !S_ISREG(file.st_mode)) return true;
+  const bool appends = (::fcntl(stream, F_GETFL) & O_APPEND) != 0;
+  const off_t at = appends ? file.st_size : ::lseek(stream, 0, SEEK_CUR);
+  return ovk::local::isWithinFileSizeLimit(static_cast<std::size_t>(at) + length);
+}
+
 void writeAll(const char* text, std::size_t length) {
+  if (!mayWrite(STDERR_FILENO, length)) return;
   while (length > 0) {
     const auto written = ovk::local::uninterrupted([&] { return ::write(STDERR_FILENO, text, length); });
     if (written <= 0) return;
