@@ -17,12 +17,8 @@ using tool::Device;
 using tool::DeviceDescription;
 using tool::RegisterBlock;
 
-bool hasControlCharacter(const std::string& text) {
-  return std::any_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; });
-}
-
 bool isSendable(const std::string& text) {
-  return !hasControlCharacter(text) && text.find_first_of("\"\\") == std::string::npos;
+  return std::none_of(text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == '"' || c == '\\'; });
 }
 
 // A fault is one line that begins with the name of the file.
@@ -31,7 +27,8 @@ std::optional<DeviceDescription> load(const std::string& file) {
     return tool::loadDeviceFile(file);
   } catch (const tool::Failure& failure) {
     const std::string text = failure.what();
-    check(text.rfind(file + ": ", 0) == 0 && !hasControlCharacter(text), "a fault names the file in one line");
+    check(text.rfind(file + ": ", 0) == 0 && text.find('\n') == std::string::npos,
+          "a fault names the file in one line");
     check(failure.code == tool::Exit_Other, "a bad file ends the tool with 1");
     return std::nullopt;
   }

@@ -15,6 +15,10 @@ namespace {
 int filesRun = 0;
 
 void run(const std::filesystem::path& path) {
+  if (std::filesystem::is_directory(path)) {
+    for (const auto& entry : std::filesystem::directory_iterator(path)) run(entry.path());
+    return;
+  }
   std::ifstream file(path, std::ios::binary);
   const std::vector<char> bytes{std::istreambuf_iterator<char>(file), {}};
   std::printf("%s\n", path.c_str());
@@ -26,15 +30,7 @@ void run(const std::filesystem::path& path) {
 } // namespace
 
 int main(int argc, char* argv[]) {
-  for (int i = 1; i < argc; ++i) {
-    if (!std::filesystem::is_directory(argv[i])) {
-      run(argv[i]);
-      continue;
-    }
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(argv[i])) {
-      if (entry.is_regular_file()) run(entry.path());
-    }
-  }
+  for (int i = 1; i < argc; ++i) run(argv[i]);
   std::printf("%d inputs\n", filesRun);
   return filesRun > 0 ? 0 : 1;
 }

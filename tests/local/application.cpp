@@ -15,17 +15,12 @@ int receive(void* /*data*/, unsigned /*length*/) {
   return 0;
 }
 
-bool isEmpty(const OrvaneServiceRegistration_t& entry) {
-  return entry.service == 0 && entry.p_ServiceCallback == nullptr && entry.p_UserContext == nullptr &&
-         entry.TransferChannelReadIdx == 0 && entry.TransferChannelWriteIdx == 0;
-}
-
 } // namespace
 
 /// Whether the library is fresh: eight empty registrations. Then takes part in the bus.
 extern "C" OVK_API bool begin(const char* directory) {
   bool fresh = OrvaneServices.size() == 8;
-  for (const OrvaneServiceRegistration_t& entry : OrvaneServices) fresh = fresh && isEmpty(entry);
+  for (const OrvaneServiceRegistration_t& entry : OrvaneServices) fresh = fresh && entry.p_ServiceCallback == nullptr;
   ovk_local_set_bus_directory(directory);
   ovk_Init(true, own, nullptr, nullptr, nullptr);
   for (const ovk_Service_t service : {ovk_Service_RegisterReadClient, ovk_Service_RegisterReadServer})

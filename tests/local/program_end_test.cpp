@@ -3,10 +3,8 @@
 #include <cstdlib>
 #include <dlfcn.h>
 #include <filesystem>
-#include <functional>
 #include <gtest/gtest.h>
 #include <malloc.h>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -31,17 +29,6 @@ const Application* application = nullptr;
 
 class ProgramEnd : public ::testing::Test {
 protected:
-  // The exit status of a forked process, which `body` is to end.
-  static int statusOf(const std::function<void()>& body) {
-    const pid_t process = ::fork();
-    if (process == 0) {
-      body();
-      ::_exit(99);
-    }
-    int status = -1;
-    ::waitpid(process, &status, 0);
-    return status;
-  }
   bool load() const {
     application = new Application;
     return application->begin(directory_.c_str()) && application->exchange();
@@ -51,43 +38,33 @@ protected:
 };
 
 struct ExchangeAtTheEnd {
-  bool* arrived = nullptr;
-  ~ExchangeAtTheEnd() {
-    if (arrived != nullptr) *arrived = application->exchange();
-  }
+  bool& arrived;
+  ~ExchangeAtTheEnd() { arrived = application->exchange(); }
 };
 
 // The handler is older than the library, and therefore called after all that the library may have registered.
 TEST_F(ProgramEnd, ExitHandlersMayCallTheLibrary) {
-  EXPECT_EQ(0, statusOf([this] {
-              std::atexit([] {
-                if (!application->exchange()) ::_exit(1);
-              });
-              std::exit(load() ? 0 : 2);
-            }));
+  const auto atTheEnd = [] {
+    if (!application->exchange()) ::_exit(1);
+  };
+  EXPECT_EXIT((std::atexit(atTheEnd), std::exit(load() ? 0 : 2)), ::testing::ExitedWithCode(0), "");
   EXPECT_TRUE(std::filesystem::is_empty(directory_)) << "what was open is closed after that";
 }
 
 TEST_F(ProgramEnd, ThreadsMayCallTheLibraryWhileTheyEnd) {
-  EXPECT_EQ(0, statusOf([this] {
-              bool arrived = false;
-              std::thread([&] {
-                thread_local ExchangeAtTheEnd last;
-                if (load()) last.arrived = &arrived;
-              }).join();
-              ::_exit(arrived ? 0 : 1);
-            }));
+  bool arrived = false, loaded = false;
+  const auto work = [&] {
+    thread_local const ExchangeAtTheEnd last{arrived};
+    loaded = load();
+  };
+  EXPECT_EXIT((std::thread(work).join(), ::_exit(loaded && arrived ? 0 : 1)), ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(ProgramEnd, TheLibraryIsFreshWhenItIsLoadedAgain) {
-  EXPECT_EQ(0, statusOf([this] {
-              for (int times = 0; times < 3; ++times) {
-                if (!load()) ::_exit(1);
-                ::dlclose(application->handle);
-                if (!std::filesystem::is_empty(directory_)) ::_exit(2);
-              }
-              ::_exit(0);
-            }));
+  const auto useAndUnload = [this] {
+    return load() && ::dlclose(application->handle) == 0 && std::filesystem::is_empty(directory_);
+  };
+  EXPECT_EXIT(::_exit(useAndUnload() && useAndUnload() && useAndUnload() ? 0 : 1), ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(ProgramEnd, LittleIsKeptOfALargeText) {

@@ -9,6 +9,8 @@ namespace {
 
 using TopologyService = LocalBus;
 
+constexpr timespec longAgo[] = {{1, 0}, {1, 0}};
+
 // Within the time for which a snapshot is trusted, and some more.
 bool eventually(const std::function<bool()>& condition) {
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
@@ -63,7 +65,6 @@ TEST_F(TopologyService, SeesOthersComeAndGoAtOnce) {
 TEST_F(TopologyService, KilledProcessGoesOffline) {
   start(fidA);
   Participant killed(fidB);
-  const timespec longAgo[2] = {{1, 0}, {1, 0}};
   ASSERT_EQ(0, ::utimensat(AT_FDCWD, directory_.c_str(), longAgo, 0)); // nothing but the full look can tell
   EXPECT_EQ(withFids("@A||||online|1\n@B||||online|1\n"), topology());
   killed.kill();
@@ -102,9 +103,8 @@ TEST_F(TopologyService, StaysAsItWasWhileDescriptorsAreShort) {
 // Whatever memory is missing in a look, the next one finds all, and each change is told once.
 TEST_F(TopologyService, StaysWholeWithoutMemory) {
   const auto rewrite = [this](const char* text) {
+    std::filesystem::remove(path("topology.json")); // which makes a look due
     writeTopology(text);
-    std::ofstream(path("probe")) << ""; // which makes a look due
-    std::filesystem::remove(path("probe"));
   };
   const char* const text =
       R"({"controllers":[{"fid":"@D","sensors":[{"fid":"@E"}]}],"static":[{"parent":"@B","fid":"@F"}]})";
@@ -152,7 +152,6 @@ TEST_F(TopologyService, TellsOfChanges) {
 
 // As some editors and copying programs leave it.
 TEST_F(TopologyService, FileOfTheSameSizeAndTimeIsReadAgain) {
-  const timespec longAgo[2] = {{1, 0}, {1, 0}};
   start(fidA);
   for (const char* fid : {fidB, fidC}) {
     writeTopology(R"({"controllers":[{"fid":")"s + fid + "\"}]}");
