@@ -53,9 +53,11 @@ void reset() {
 std::string parentOf(const std::string& fid) { return "parent of " + fid; }
 
 std::string Platform::errors(const std::string& message) const {
+  static const std::regex failure("return(s|ed) -");
   std::string all;
   for (const TraceLine& line : trace) {
-    if (line.level == traceError) all += replacedFirst(line.text, message, "MSG");
+    if (line.level == traceError || std::regex_search(line.text, failure))
+      all += replacedFirst(line.text, message, "MSG");
   }
   return all;
 }
