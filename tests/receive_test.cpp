@@ -70,8 +70,9 @@ TEST_F(Receive, ResponsesBeforeRequestsAndTheLoopGoesOn) {
 TEST_F(Receive, NegativeCallbackResultsCountAsFailures) {
   onMessage = [](void*, const std::string&) { return -5; };
   work(2, {good(1)});
-  EXPECT_EQ(platform().errors(good(1)), "Service 1 callback function returned -5\nprocessReceivedMessage() returns -5\n"
-                                        "failed to process Msg MSG\nprocessReceivedMessage returns -5\n");
+  EXPECT_EQ(platform().errors(good(1)),
+            "6 Service 1 callback function returned -5\nprocessReceivedMessage() returns -5\n"
+            "failed to process Msg MSG\nprocessReceivedMessage returns -5\n");
 }
 
 TEST_F(Receive, MessagesThatFillTheBufferAreRefused) {
@@ -157,7 +158,7 @@ TEST_F(Receive, RecordFunctions) {
   EXPECT_TRUE(record == nullptr && length == 7);
   EXPECT_EQ(platform().errors(),
             "invalid service 8\ninvalid service -1\nfailed to allocate callback data for service -1\n"
-            "for service -1  getCallbackData returns -4\ninvalid service 8\n");
+            "6 for service -1  getCallbackData returns -4\ninvalid service 8\n");
 }
 
 TEST_F(Receive, NoReceiveBuffer) {

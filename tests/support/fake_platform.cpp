@@ -56,8 +56,9 @@ std::string Platform::errors(const std::string& message) const {
   static const std::regex failure("return(s|ed) -");
   std::string all;
   for (const TraceLine& line : trace) {
-    if (line.level == traceError || std::regex_search(line.text, failure))
-      all += replacedFirst(line.text, message, "MSG");
+    const bool isError = line.level == traceError;
+    if (!isError && !std::regex_search(line.text, failure)) continue;
+    all += (isError ? "" : std::to_string(line.level) + " ") + replacedFirst(line.text, message, "MSG");
   }
   return all;
 }
