@@ -1,6 +1,6 @@
 // Any bytes as a received message, with a callback for every service: each reads all that its record announces, sends it
 // as a message of its own, and writes over all of it. What is legal must be sent, nothing else, and what was sent must
-// become the record that was meant.
+// become a record of which the same is sent again.
 
 #include <algorithm>
 
@@ -66,48 +66,6 @@ bool isLegal(const WriteReq& r) {
   return r.startRegister1 >= 0 && r.numberRegisters1 >= 1 && (r.sendNotification == 0 || r.sendNotification == 1);
 }
 
-// Nothing is behind an area's count, and in one without a count nothing is promised.
-template <typename Record>
-void clearUnused(Record& r) {
-  std::fill(r.pStartRegister1 + std::max(r.numberRegisters1, 0), r.pStartRegister1 + 1024, uint16_t{0});
-  std::fill(r.pStartRegister2 + std::max(r.numberRegisters2, 0), r.pStartRegister2 + 1024, uint16_t{0});
-}
-
-// Each makes its record the one that the message sent of it becomes. False when that reaches no callback.
-template <typename Record>
-bool arrive(Record& /*record*/) {
-  return true;
-}
-bool arrive(InfoRsp& r) {
-  if (r.numTagRegBlocks < 0) std::fill_n(r.pTagRegBlocks, 10, 0);
-  if (r.numResRegBlocks < 0) std::fill_n(r.pResRegBlocks, 10, 0);
-  return r.success == 1;
-}
-bool arrive(TagRsp& r) {
-  for (int i = 0; i < r.numTagItems; ++i) {
-    r.pTagItems[i].tag_type = 0;
-    std::copy(std::begin(r.dstFid), std::end(r.dstFid), r.pTagItems[i].fid);
-  }
-  return true;
-}
-bool arrive(ReadRsp& r) {
-  if (r.success == 0) r.startRegister1 = r.startRegister2 = r.numberRegisters1 = r.numberRegisters2 = -1;
-  if (r.success == 1) r.numberRegisters1 = std::max(r.numberRegisters1, 0);
-  if (r.success == 1) r.numberRegisters2 = std::max(r.numberRegisters2, 0);
-  clearUnused(r);
-  return true;
-}
-bool arrive(ReadReq& r) {
-  const bool hasArea2 = r.startRegister2 >= 0 && (r.numberRegisters2 >= 1 || r.numberRegisters2 == -1);
-  if (!hasArea2) r.startRegister2 = r.numberRegisters2 = 0;
-  return true;
-}
-bool arrive(WriteReq& r) {
-  if (r.startRegister2 < 0 || r.numberRegisters2 < 1) r.startRegister2 = r.numberRegisters2 = -1;
-  clearUnused(r);
-  return true;
-}
-
 template <std::size_t N>
 void checkText(const char (&field)[N]) {
   check(std::memchr(field, '\0', N) != nullptr, "a text field ends in a NUL");
@@ -129,17 +87,7 @@ void forBlocks(Record& r, Each each) {
   }
 }
 
-std::string received; // what the last record said
-std::string expected; // what the record of the message sent will say; empty when there will be none
-
-// Sends what a record says; the record may be another one afterwards.
-template <typename Record>
-void send(Record& record) {
-  const bool legal = isLegal(record);
-  check(sendOn(record) == (legal ? ovk_Status_Done : ovk_Status_Invalid), "what is legal is sent, and nothing else");
-  check(fake::platform().written.size() == (legal ? 1 : 0), "what is sent is one message");
-  if (legal && arrive(record)) expected = header(record) + ": " + described(record);
-}
+bool isDelivered = false; // whether the last message has reached a callback
 
 struct Use {
   template <typename Record>
@@ -151,9 +99,12 @@ struct Use {
       checkText(record.errReason);
       check(record.success == 0 || record.success == 1, "success is 0 or 1");
     }
-    received = header(record) + ": " + described(record);
+    isDelivered = true;
     fake::platform().myFid = record.srcFid; // that of requests
-    send(record);
+    const bool legal = isLegal(record);
+    const unsigned status = sendOn(record); // the record may be another one afterwards
+    check(status == (legal ? ovk_Status_Done : ovk_Status_Invalid), "what is legal is sent, and nothing else");
+    check(fake::platform().written.size() == (legal ? 1 : 0), "what is sent is one message");
     forBlocks(record, [](auto* items, int count, int room) {
       check(count <= room, "a count is possible");
       std::memset(static_cast<void*>(items), 0xA5, static_cast<std::size_t>(room) * sizeof *items);
@@ -163,15 +114,16 @@ struct Use {
   }
 };
 
-void receive(const std::string& message) {
+// Returns what the callback has sent of the message, if anything.
+std::string sentOf(const std::string& message) {
   auto& requests = fake::platform().inbound[IPC_TC_QMX_SERVER_REQ_IDX];
   requests.push_back(message);
-  received.clear();
-  expected.clear();
+  isDelivered = false;
   fake::platform().written.clear();
   ovk_DoWork(nullptr, nullptr, nullptr);
   check(requests.empty(), "a message is read, whatever it is");
-  check(message.size() <= longestMessage || received.empty(), "a message that is too long reaches no callback");
+  check(message.size() <= longestMessage || !isDelivered, "a message that is too long reaches no callback");
+  return fake::platform().written.empty() ? "" : fake::platform().written[0].text;
 }
 
 } // namespace
@@ -180,11 +132,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   fake::reset();
   ovk_Init(true, fake::platform().myFid.c_str(), nullptr, nullptr, nullptr);
   registerForAll<Use>();
-  receive({reinterpret_cast<const char*>(data), size});
-  if (fake::platform().written.empty()) return 0;
-  const std::string sent = fake::platform().written[0].text;
-  const std::string record = expected;
-  receive(sent);
-  if (sent.size() <= longestMessage) check(received == record, (received + "\nshould be " + record).c_str());
+  const std::string sent = sentOf({reinterpret_cast<const char*>(data), size});
+  if (sent.empty() || sent.size() > longestMessage) return 0;
+  const std::string again = sentOf(sent);
+  const bool isDescription = sent.find(R"("msg_type":205,)") != std::string::npos; // one that failed is not delivered
+  check(isDelivered || isDescription, "what is sent reaches a callback");
+  check(!isDelivered || again == sent, (again + "\nshould be " + sent).c_str());
   return 0;
 }

@@ -24,18 +24,6 @@ protected:
 int ignore(void* /*data*/, unsigned /*length*/) { return 0; }
 void* const ignoring = reinterpret_cast<void*>(ignore);
 
-TEST_F(Core, FusionIdentifiers) {
-  EXPECT_TRUE(isValidFusionIdentifier(own));
-  EXPECT_TRUE(isValidFusionIdentifier("VR -1_   -2_-0x5........"));
-  EXPECT_THAT(platform().trace, IsEmpty());
-  for (const char* fid : {"VR017_00042_00A0B1C2D3E", "VR017_00042_00A0B1C2D3E4F", "vr017_00042_00A0B1C2D3E4"}) {
-    EXPECT_FALSE(isValidFusionIdentifier(fid));
-  }
-  EXPECT_EQ(platform().errors(), "FusionIdentifier string VR017_00042_00A0B1C2D3E is 23 characters long\n"
-                                 "FusionIdentifier string VR017_00042_00A0B1C2D3E4F is 25 characters long\n"
-                                 "Invalid Identifier vr017_00042_00A0B1C2D3E4\n");
-}
-
 // The short cut for usual identifiers must never decide otherwise than the pattern.
 TEST_F(Core, FusionIdentifiersAgreeWithTheScanPattern) {
   std::mt19937 random(17); // NOLINT(cert-msc51-cpp): the same texts each time
@@ -53,12 +41,6 @@ TEST_F(Core, FusionIdentifiersAgreeWithTheScanPattern) {
   }
 }
 
-TEST_F(Core, ReferenceIdentifiers) {
-  EXPECT_TRUE(isValidReferenceIdentifier(std::string(40, 'r').c_str()));
-  EXPECT_THAT(platform().trace, IsEmpty());
-  EXPECT_FALSE(isValidReferenceIdentifier(std::string(41, 'r').c_str()));
-}
-
 // The eight themselves show in what is exchanged.
 TEST_F(Core, NoServices) {
   for (const int number : {8, -1}) {
@@ -66,9 +48,6 @@ TEST_F(Core, NoServices) {
     EXPECT_TRUE(getServiceMsgType(none) == -1 && getTransferChannelReadIdx(none) == -1 &&
                 getTransferChannelWriteIdx(none) == -1);
   }
-  ovk_Service_t untouched = ovk_Service_TagReadClient;
-  for (const int msgType : {199, 208}) EXPECT_EQ(getService(msgType, &untouched), -1);
-  EXPECT_EQ(untouched, ovk_Service_TagReadClient);
 }
 
 TEST_F(Core, StatusesInWords) {
@@ -199,15 +178,15 @@ TEST_F(Core, WorkReadsOnlyWithTheBusAndShutdownClosesAllChannels) {
 }
 
 TEST_F(Core, TopologyListsAreReplacedOrLeftAlone) {
-  const std::function<bool(std::vector<ovk_topology_controller_t>&)> getters[] = {
-      ovk_topology_get_list, [](auto& list) { return ovk_topology_cfg_get_static_device_list(list, "sel"); }};
-  for (const auto& get : getters) {
-    platform().topologyAnswers = true;
-    platform().parents.clear();
-    for (const int kind : {1, 2, 3})
-      platform().parents.push_back({"1", "2", "4", "3", kind, "5", {{"a", "b", "c", "d"}}});
+  for (const int kind : {1, 2, 3})
+    platform().parents.push_back({"1", "2", "4", "3", kind, "5", {{"a", "b", "c", "d"}}});
+  for (const bool areStatic : {false, true}) {
     std::vector<ovk_topology_controller_t> list(5);
-    EXPECT_TRUE(get(list));
+    const auto get = [&] {
+      return areStatic ? ovk_topology_cfg_get_static_device_list(list, "sel") : ovk_topology_get_list(list);
+    };
+    platform().topologyAnswers = true;
+    EXPECT_TRUE(get());
     std::string all;
     for (const auto& c : list) {
       all += joined(c.kind, c.attr1, c.attr2, c.attr3, c.attr4, c.attr5);
@@ -215,7 +194,7 @@ TEST_F(Core, TopologyListsAreReplacedOrLeftAlone) {
     }
     EXPECT_EQ(all, "112345abcd212345abcd012345abcd");
     platform().topologyAnswers = false;
-    EXPECT_FALSE(get(list));
+    EXPECT_FALSE(get());
     EXPECT_EQ(list.size(), 3U);
   }
   EXPECT_THAT(platform().calls, ElementsAre("get_static_members(sel)", "get_static_members(sel)"));

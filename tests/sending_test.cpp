@@ -1,4 +1,5 @@
-// Requests and answers that are sent in one of their variants, and those that are refused.
+// Requests and answers: one good message of each type, there and back, the same without memory; those that are sent in one
+// of their variants, and those that are refused. The documented examples.
 
 #include "message/envelope.h"
 #include "register/register_payload.h"
@@ -10,7 +11,8 @@ namespace {
 
 const uint16_t words[] = {1, 65535, 0};
 int blocks[] = {100, 2, 3, 4, 5, 6, 7, 8, 9, 10};
-TagItem_t items[2] = {};
+int blocks2[] = {300, 301, 302, 303};
+TagItem_t items[] = {{"F", 9, 17, 0, {0.5F}, -2147483647, 2147483647}, {}}; // identifier and type are not sent
 
 // A function and the arguments that are not as usual, as in "write start=5 words2=null".
 class Call {
@@ -52,19 +54,29 @@ unsigned statusOf(const Call& c) {
   if (c.function() == "read")
     return ovk_ReadRegisters(dst, ref, start, count, c.number("start2", 0), c.number("count2", 0));
   if (c.function() == "serve-words")
-    return ovk_serveReadRegisters(dst, src, ref, 4, values, count, 7, values2, c.number("count2", 1), success, reason);
+    return ovk_serveReadRegisters(dst, src, ref, start, values, count, 7, values2, c.number("count2", 1), success,
+                                  reason);
   if (c.function() == "serve-write") return ovk_serveWriteRegisters(dst, src, ref, success, reason);
   if (c.function() == "ask-info") return ovk_ReadDeviceInfo(dst, ref);
   if (c.function() == "serve-info")
     return ovk_serveReadDeviceInfo(dst, src, ref, count, c.list("blocks", blocks), c.number("count2", 1),
-                                   c.list("blocks2", blocks), 256, success, reason);
-  if (c.function() == "ask-tags")
-    return ovk_ReadTags(dst, ref, std::vector<DevTagDevInfoTag>(static_cast<std::size_t>(count), {1, 17}));
+                                   c.list("blocks2", blocks2), 256, success, reason);
+  if (c.function() == "ask-tags") {
+    std::vector<DevTagDevInfoTag> tags = {{1, 17}, {-9, 65535}};
+    tags.resize(static_cast<std::size_t>(count));
+    return ovk_ReadTags(dst, ref, tags);
+  }
   if (c.function() == "serve-tags")
     return ovk_serveReadTag(dst, src, ref, static_cast<unsigned>(count), c.list("items", items), success, reason);
   EXPECT_EQ(c.function(), "transfer");
   return ovk_build_and_transfer_message(ovk_Service_TagReadServer, dst, src, ref, false, false, nullptr, Json());
 }
+
+// The functions whose lines all messages have in common; they are compared for the first service only.
+const std::string common = " ovk_build_common_message ovk_build_and_transfer_message processReceivedMessage getMsgType "
+                           "getService allocateCallbackData getCallbackData getCommonMessageParameters ";
+
+std::string firstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
 
 class Sending : public Receiver {
 protected:
@@ -81,14 +93,71 @@ protected:
     const unsigned status = statusOf(call);
     std::string all = platform().errors();
     for (const auto& [channel, text] : platform().written) all += text + "\n";
-    return all + std::to_string(status) + counted();
+    return all + std::to_string(status) + counted() + "\n";
+  }
+
+  // The lines traced since the last time.
+  std::string trace(const std::string& message, int service) {
+    const std::string lines = platform().lines(message, service == 0 ? "" : common);
+    platform().trace.clear();
+    return lines;
   }
 };
+
+// exchanged.txt has a call for each service, its message, its record and what is counted; and what is traced.
+TEST_F(Sending, EveryTypeIsExchanged) {
+  std::map<std::string, std::string> expected = sections(OVK_TEST_DATA "/exchanged.txt");
+  for (int service = 0; service < 8; ++service) {
+    const std::string name = joined("service ", service);
+    const std::string call = firstLine(expected[name]);
+    startOver();
+    EXPECT_EQ(statusOf(Call(call)), 0U);
+    const auto [channel, message] = onlyWritten();
+    EXPECT_EQ(channel, service % 2 == 0 ? 0 : 3);
+    std::string all = call + "\n" + message + counted() + "\n";
+    EXPECT_EQ(trace(message, service), expected[name + " sent"]);
+    platform().counters.clear();
+    EXPECT_EQ(process(message), 0);
+    EXPECT_EQ(trace(message, service), expected[name + " received"]);
+    for (const std::string& record : records_) all += record + counted() + "\n";
+    EXPECT_EQ(all, expected[name]);
+  }
+}
+
+// Where operator new fails on the way of a message, the exception reaches the caller, nothing is written or delivered or
+// counted as a success, and the next try works.
+TEST_F(Sending, WithoutMemory) {
+  std::map<std::string, std::string> calls = sections(OVK_TEST_DATA "/exchanged.txt");
+  for (int service = 0; service < 8; ++service) {
+    SCOPED_TRACE(service);
+    const Call call(firstLine(calls[joined("service ", service)]));
+    const auto send = [&] { statusOf(call); };
+    startOver();
+    send();
+    const std::string message = onlyWritten().text;
+    const auto receive = [&] {
+      platform().inbound[1] = {message};
+      ovk_DoWork(nullptr, nullptr, nullptr);
+    };
+    for (const std::function<void()>& step : std::initializer_list<std::function<void()>>{send, receive}) {
+      const auto check = [&](fake::Ending ending) {
+        if (ending == fake::Ending::complete) return;
+        EXPECT_EQ(ending, fake::Ending::failed);
+        EXPECT_EQ(platform().written.size() + records_.size(), 0U);
+        EXPECT_EQ(platform().counters[49] + platform().counters[69] + platform().counters[okCounters[service ^ 1]], 0);
+        step();
+        EXPECT_EQ(platform().written.size() + records_.size(), 1U);
+      };
+      if (fake::failEachNew([this] { startOver(); }, step, check) == 0)
+        GTEST_SKIP() << "operator new is not the tests' own, as under valgrind";
+    }
+  }
+}
 
 TEST_F(Sending, SentOrRefused) {
   testing::internal::CaptureStdout();
   expectOutcomes(OVK_TEST_DATA "/sent.txt",
-                 [this](const std::string& /*title*/, const std::string& call) { return outcome(Call(call)) + "\n"; });
+                 [this](const std::string& /*title*/, const std::string& call) { return outcome(Call(call)); });
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "### Invalid value 2 for sendNotification parameter\n");
 }
 
@@ -119,6 +188,21 @@ TEST_F(Sending, ChannelOfTheRegistration) {
   OrvaneServices.clear();
   ovk_serveWriteRegisters(peer, own, "r", true, nullptr);
   EXPECT_TRUE(platform().written[0].channel == 0 && platform().written[1].channel == 0);
+}
+
+// The examples of the page on messages are received without complaint.
+TEST_F(Sending, DocumentedExamples) {
+  std::ifstream file(OVK_MESSAGES_PAGE);
+  const std::string page(std::istreambuf_iterator<char>(file), {});
+  const std::string start = "```json\n";
+  std::size_t end = 0;
+  for (std::size_t at = 0; (at = page.find(start, end)) != std::string::npos;) {
+    end = page.find("```\n", at + start.size());
+    const std::string example = page.substr(at + start.size(), end - at - start.size());
+    EXPECT_EQ(process(example), 0) << example;
+  }
+  EXPECT_EQ(platform().errors(), "");
+  for (const int counter : okCounters) EXPECT_GE(platform().counters[counter], 1);
 }
 
 } // namespace

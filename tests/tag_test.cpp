@@ -46,6 +46,13 @@ uint32_t bitsRead(int idd, const std::string& text) {
   return tag.data.ui;
 }
 
+// There and back.
+std::string textRead(int idd, const std::string& text) {
+  TagItem_t tag = item(idd);
+  ovk::readTagValue("test", text, tag);
+  return ovk::tagValueText(tag);
+}
+
 // What scanf makes of the text, which is what other controllers do.
 uint32_t bitsScanned(int idd, const char* text) {
   TagItem_t tag = item(idd);
@@ -76,25 +83,16 @@ TEST_F(Tags, ValueTextsReadAsScanfReadsThem) {
   forEachValueText("not converted", [](int idd, const std::string& text) {
     EXPECT_EQ(bitsRead(idd, text), 0x7F0A5A5AU) << idd << ": " << text;
   });
-  forEachValueText("there and back", [](int idd, const std::string& text) {
-    TagItem_t tag = item(idd);
-    ovk::readTagValue("test", text, tag);
-    EXPECT_EQ(ovk::tagValueText(tag), text) << idd;
-  });
+  forEachValueText("there and back",
+                   [](int idd, const std::string& text) { EXPECT_EQ(textRead(idd, text), text) << idd; });
 }
 
 TEST_F(Tags, Words) {
-  const auto read = [](const std::string& text) {
-    TagItem_t word{};
-    word.idd = 4;
-    ovk::readTagValue("test", text, word);
-    return std::string(word.data.str, strnlen(word.data.str, sizeof word.data.str));
-  };
   const std::string x19(19, 'x');
-  for (const char* text : {"  first second", "first\n", "first"}) EXPECT_EQ(read(text), "first") << text;
-  EXPECT_EQ(read(x19 + " y"), x19);
+  for (const char* text : {"  first second", "first\n", "first"}) EXPECT_EQ(textRead(4, text), "first") << text;
+  EXPECT_EQ(textRead(4, x19 + " y"), x19);
   EXPECT_EQ(platform().errors(), "");
-  EXPECT_EQ(read(x19 + 'x'), x19);
+  EXPECT_EQ(textRead(4, x19 + 'x'), x19);
   EXPECT_EQ(platform().errors(x19 + 'x'), "value MSG of tag 0 cut to 19 characters\n");
   TagItem_t unterminated = item(4);
   std::memset(unterminated.data.str, 'x', sizeof unterminated.data.str);
@@ -134,9 +132,7 @@ TEST_F(Tags, ValuesDoNotDependOnTheLocale) {
   EXPECT_TRUE(setCommaLocale(directory.path())) << "localedef could not make a locale (it needs the package locales)";
   char comma[16];
   std::snprintf(comma, sizeof comma, "%.1f", 0.5);
-  TagItem_t tag{};
-  ovk::readTagValue("test", "21.500000", tag);
-  const std::string text = ovk::tagValueText(tag);
+  const std::string text = textRead(0, "21.500000");
   std::setlocale(LC_ALL, "C"); // NOLINT(concurrency-mt-unsafe)
   unsetenv("LOCPATH");         // NOLINT(concurrency-mt-unsafe)
   EXPECT_STREQ(comma, "0,5");

@@ -53,9 +53,12 @@ void reset() {
 std::string parentOf(const std::string& fid) { return "parent of " + fid; }
 
 std::string Platform::errors(const std::string& message) const {
+  static const std::regex failure("return(s|ed) -");
   std::string all;
   for (const TraceLine& line : trace) {
-    if (line.level == traceError) all += replacedFirst(line.text, message, "MSG");
+    const bool isError = line.level == traceError;
+    if (!isError && !std::regex_search(line.text, failure)) continue;
+    all += (isError ? "" : std::to_string(line.level) + " ") + replacedFirst(line.text, message, "MSG");
   }
   return all;
 }

@@ -49,7 +49,8 @@ struct Platform {
   std::vector<orvane_parent> parents;
   int topologyResult = 1;
 
-  /// The texts of all lines of level 2; `message` stands in them as MSG.
+  /// The texts of all lines of level 2, and behind their level of others that tell a negative result; `message` stands in
+  /// them as MSG.
   std::string errors(const std::string& message = "") const;
   /// All lines, "6 function: text", but those of the functions named between blanks; addresses stand in them as PTR, a
   /// blank at the end as an underscore.
