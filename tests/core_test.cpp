@@ -155,11 +155,10 @@ TEST_F(Core, RegistrationOutlivesAReplacedTable) {
   EXPECT_EQ(enrol(5, ignoring), 0U);
   EXPECT_THAT(platform().calls, ElementsAre("createTransferChannel(2, 2)", "createTransferChannel(3, 1)"));
 
-  OrvaneServices[5].p_ServiceCallback = ignoring;
-  platform().onCreate = [] { OrvaneServices = std::vector<OrvaneServiceRegistration_t>(8); };
+  platform().onCreate = [] { OrvaneServices[5].p_ServiceCallback = ignoring; };
   platform().createResults = {{3, fake::noMemory}};
   EXPECT_THROW(enrol(5, this), std::bad_alloc);
-  EXPECT_EQ(OrvaneServices[5].p_ServiceCallback, ignoring) << "the registration before";
+  EXPECT_EQ(OrvaneServices[5].p_ServiceCallback, ignoring) << "what the application has entered";
 }
 
 TEST_F(Core, WorkReadsOnlyWithTheBusAndShutdownClosesAllChannels) {

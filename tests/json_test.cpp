@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "platform/json.h"
+#include "support/failing_heap.h"
 #include "support/sections.h"
 
 namespace {
@@ -29,6 +30,22 @@ std::vector<std::string> casesOf(const std::string& title) {
   for (std::string line; std::getline(in, line);) cases.push_back(line);
   EXPECT_FALSE(cases.empty()) << title;
   return cases;
+}
+
+// Each document of a message looks at the same text, which is checked only for the first.
+TEST(Json, LongestMessagesAreCheckedOnce) {
+  std::string text = R"({"items":[)";
+  while (text.size() < 16200)
+    text += R"({"fid":"VR001_00001_0000000000AA","tag":1,"idd":0,"data":"1","startReg":1,"regLen":1},)";
+  text += R"({"last":1}]})";
+  const auto read = [&text] {
+    Json document;
+    document.load(text);
+    int value = 0;
+    EXPECT_TRUE(document.GetValueAsInt("items[0].tag", &value));
+  };
+  read();
+  EXPECT_EQ(0, fake::failEachNew([] {}, read, [](auto) {}));
 }
 
 TEST(Json, TheWholeTextOrNothing) {

@@ -1,3 +1,4 @@
+#include <chrono>
 #include <sys/stat.h>
 
 #include "local_bus.h"
@@ -26,6 +27,26 @@ TEST_F(Identity, ForkedChildRemovesNothing) {
   EXPECT_EQ(0, Child([](Child&) { destroyTransferChannel(1); }).finish());
   for (const int channel : {0, 3}) EXPECT_EQ(0, send(channel, messageTo(fidA, "still here")));
   for (const int channel : {2, 1}) EXPECT_EQ(messageTo(fidA, "still here"), receive(channel));
+}
+
+// Whoever joins waits for a sweep to end, a tenth of a second at most. Signals do not shorten that.
+TEST_F(Identity, NewcomersWaitForASweepUnderRapidSignals) {
+  const std::string lock = fidA + ".lock"s;
+  std::ofstream(path(lock)) << "";
+  std::optional<ovk::local::FileLock> sweeper;
+  ovk::local::FileLock::take(ovk::local::busDirectory(), lock, ovk::local::FileLock::Purpose::sweep, sweeper);
+  Child newcomer([](Child& self) {
+    start(fidA);
+    std::signal(SIGALRM, [](int) {});
+    self.signal();
+    EXPECT_EQ(0, createTransferChannel(2, 2));
+  });
+  EXPECT_TRUE(newcomer.await());
+  const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(20);
+  while (std::chrono::steady_clock::now() < end)
+    if (newcomer.state() == 'S') newcomer.kill(SIGALRM);
+  sweeper.reset();
+  EXPECT_EQ(0, newcomer.finish());
 }
 
 TEST_F(Identity, WhatStandsInTheWayRefusesTheChannel) {

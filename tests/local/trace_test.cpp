@@ -39,6 +39,18 @@ TEST_F(TraceLog, ExceptionsOfTheSinkEndThere) {
   EXPECT_NO_THROW(logTracePrint("F", 1, "f", 2, "text\n"));
 }
 
+TEST_F(TraceLog, LinesThatAFileMayNotTakeAreLost) {
+  Child limited([this](Child&) {
+    ovk_local_set_trace_sink(nullptr, nullptr);
+    ::dup2(ovk::local::FileDescriptor(::open(path("log").c_str(), O_WRONLY | O_CREAT, S_IRUSR)).get(), STDERR_FILENO);
+    const rlimit limit{100, RLIM_INFINITY};
+    EXPECT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &limit));
+    for (int i = 0; i < 10; ++i) logTracePrint("F", 1, "f", 2, "text\n");
+  });
+  EXPECT_EQ(0, limited.finish());
+  EXPECT_EQ(90U, std::filesystem::file_size(path("log")));
+}
+
 TEST_F(TraceLog, StandardErrorGetsOneLine) {
   ovk_local_set_trace_sink(nullptr, nullptr);
   ::testing::internal::CaptureStderr();

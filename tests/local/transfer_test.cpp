@@ -280,12 +280,15 @@ TEST_F(Transfer, NewWritersWaitWhileDescriptorsAreShort) {
   const FileDescriptor late = stranger();
   sendAs(late, "late");
   bool stillWaiting = false;
+  const FileDescriptor input(::dup(STDIN_FILENO));
   withoutDescriptors([&] {
     std::ofstream(path("probe")) << "";
+    ::close(STDIN_FILENO); // its number is free, but not to be used
     EXPECT_EQ("", receive(2));
     stillWaiting = isMessageWaiting();
     EXPECT_EQ("", receive(2));
   });
+  ::dup2(input.get(), STDIN_FILENO);
   // Where the limit is only played, a call that it refuses has had its effect: the writer is hung up.
   if (::access(path("probe").c_str(), F_OK) == 0) GTEST_SKIP() << "descriptors do not get short here";
   EXPECT_FALSE(stillWaiting);
