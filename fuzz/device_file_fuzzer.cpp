@@ -6,8 +6,8 @@
 #include <optional>
 
 #include "check.h"
-#include "device_file.h"
 #include "failure.h"
+#include "simulator/device_file.h"
 #include "support/temporary_directory.h"
 
 namespace {

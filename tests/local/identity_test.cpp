@@ -1,7 +1,7 @@
 #include <sys/stat.h>
 
 #include "local_bus.h"
-#include "platform/local/file_lock.h"
+#include "platform/local/bus/file_lock.h"
 
 namespace {
 

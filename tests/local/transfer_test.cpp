@@ -4,8 +4,8 @@
 #include <sys/syscall.h>
 
 #include "local_bus.h"
+#include "platform/local/bus/socket_address.h"
 #include "platform/local/file_descriptor.h"
-#include "platform/local/socket_address.h"
 #include "platform/shared_memory.h"
 #include "support/sections.h"
 
