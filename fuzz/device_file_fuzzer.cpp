@@ -77,7 +77,7 @@ void useTags(Device& device, const std::vector<tool::SimulatedTag>& tags) {
       check(item.startReg >= 0 && item.regLen >= 0 && item.startReg + item.regLen <= tool::kAddressCount,
             "a tag's place is possible");
       check(round > 0 || item.data.ui == expected.data.ui, "a tag has the value of the file");
-      check(expected.idd != 4 || isSendable(item.data.str), "a text fits a message");
+      check(expected.idd != ovk_TagData_Text || isSendable(item.data.str), "a text fits a message");
     }
   }
 }

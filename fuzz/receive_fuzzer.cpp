@@ -6,6 +6,7 @@
 
 #include "callback/record_table.h"
 #include "check.h"
+#include "ovk/service.h"
 #include "platform/transfer_channel.h"
 #include "support/fake_platform.h"
 #include "support/records.h"
@@ -14,8 +15,6 @@ namespace {
 
 using namespace records;
 using fuzz::check;
-
-constexpr std::size_t longestMessage = 16383;
 
 // Each sends what its record says.
 
@@ -27,7 +26,7 @@ unsigned sendOn(InfoReq& r) { return ovk_ReadDeviceInfo(r.dstFid, r.refId); }
 unsigned sendOn(TagRsp& r) {
   for (int i = 0; i < r.numTagItems; ++i) { // a word may have been cut within an escape
     TagItem_t& item = r.pTagItems[i];
-    if (item.idd == 4) std::replace(std::begin(item.data.str), std::end(item.data.str), '\\', '/');
+    if (item.idd == ovk_TagData_Text) std::replace(std::begin(item.data.str), std::end(item.data.str), '\\', '/');
   }
   return ovk_serveReadTag(r.dstFid, r.srcFid, r.refId, static_cast<unsigned>(r.numTagItems), r.pTagItems,
                           r.success == 1, r.errReason);
@@ -171,7 +170,7 @@ void receive(const std::string& message) {
   fake::platform().written.clear();
   ovk_DoWork(nullptr, nullptr, nullptr);
   check(requests.empty(), "a message is read, whatever it is");
-  check(message.size() <= longestMessage || received.empty(), "a message that is too long reaches no callback");
+  check(message.size() <= ovk_MaxMessageSize || received.empty(), "a message that is too long reaches no callback");
 }
 
 } // namespace
@@ -185,6 +184,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string sent = fake::platform().written[0].text;
   const std::string record = expected;
   receive(sent);
-  if (sent.size() <= longestMessage) check(received == record, (received + "\nshould be " + record).c_str());
+  if (sent.size() <= ovk_MaxMessageSize) check(received == record, (received + "\nshould be " + record).c_str());
   return 0;
 }

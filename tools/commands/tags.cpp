@@ -121,13 +121,13 @@ struct TypedValue {
 /// The type codes are those of TagItem_t; a value of any other type does not travel.
 TypedValue valueOf(const TagItem_t& item) {
   switch (item.idd) {
-  case 0: return {"f32", numberText(item.data.f)};
-  case 1: return {"u32", std::to_string(item.data.ui)};
-  case 2:
-  case 5:
-  case 8:
-  case 9: return {"i32", std::to_string(item.data.i)};
-  case 4: return {"text", {item.data.str, strnlen(item.data.str, sizeof item.data.str)}};
+  case ovk_TagData_Float: return {"f32", numberText(item.data.f)};
+  case ovk_TagData_Unsigned: return {"u32", std::to_string(item.data.ui)};
+  case ovk_TagData_Signed:
+  case ovk_TagData_Signed5:
+  case ovk_TagData_Signed8:
+  case ovk_TagData_Signed9: return {"i32", std::to_string(item.data.i)};
+  case ovk_TagData_Text: return {"text", {item.data.str, strnlen(item.data.str, sizeof item.data.str)}};
   default: return {"-", "-"};
   }
 }
@@ -154,7 +154,7 @@ Json dataOf(const Request& request, const std::vector<TagItem_t>& items) {
     list.push_back({{"tag_type", request.tags[i].tag_type},
                     {"tag", item.tag},
                     {"idd", item.idd},
-                    {"data", none ? Json() : valueJson(value.text, item.idd != 4)},
+                    {"data", none ? Json() : valueJson(value.text, item.idd != ovk_TagData_Text)},
                     {"startReg", item.startReg},
                     {"regLen", item.regLen}});
   }

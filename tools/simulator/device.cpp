@@ -15,7 +15,7 @@ bool strikes(int request, int every) { return every > 0 && request % every == 0;
 
 /// Whole numbers wrap around like the counters of a real device.
 void advance(SimulatedTag& tag) {
-  if (tag.item.idd == 0) {
+  if (tag.item.idd == ovk_TagData_Float) {
     tag.item.data.f = static_cast<float>(static_cast<double>(tag.item.data.f) + tag.step);
   } else if (tag.step != 0) {
     tag.item.data.ui += static_cast<uint32_t>(static_cast<int64_t>(tag.step));

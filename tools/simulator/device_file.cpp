@@ -75,26 +75,29 @@ void readText(const JsonMember& member, char (&field)[kLongestTagText + 1]) {
 void readWholeNumber(const JsonMember& value, TagItem_t& item) {
   constexpr auto least = std::numeric_limits<int32_t>::min();
   constexpr auto most = std::numeric_limits<int32_t>::max();
-  if (item.idd == 1) {
+  if (item.idd == ovk_TagData_Unsigned) {
     item.data.ui = static_cast<uint32_t>(value.integer(0, std::numeric_limits<uint32_t>::max()));
   } else {
     item.data.i = static_cast<int32_t>(value.integer(least, most));
   }
 }
 
-bool isWholeNumber(int idd) { return idd == 1 || idd == 2 || idd == 5 || idd == 8 || idd == 9; }
+bool isWholeNumber(int idd) {
+  return idd == ovk_TagData_Unsigned || idd == ovk_TagData_Signed || idd == ovk_TagData_Signed5 ||
+         idd == ovk_TagData_Signed8 || idd == ovk_TagData_Signed9;
+}
 
 void readValue(const JsonMember& member, SimulatedTag& tag) {
   const int idd = tag.item.idd;
-  const bool steps = idd == 0 || isWholeNumber(idd);
+  const bool steps = idd == ovk_TagData_Float || isWholeNumber(idd);
   if (!steps && member.has("step")) member.member("step").fail("needs a number to be added to");
-  if (!steps && idd != 4) {
+  if (!steps && idd != ovk_TagData_Text) {
     if (member.has("value")) member.member("value").fail("cannot be sent with idd " + std::to_string(idd));
     return;
   }
   const JsonMember value = member.member("value");
-  if (idd == 4) return readText(value, tag.item.data.str);
-  if (idd == 0) {
+  if (idd == ovk_TagData_Text) return readText(value, tag.item.data.str);
+  if (idd == ovk_TagData_Float) {
     tag.item.data.f = readFloat(value);
     if (member.has("step")) tag.step = static_cast<double>(readFloat(member.member("step")));
     return;

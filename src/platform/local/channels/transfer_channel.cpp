@@ -8,6 +8,7 @@
 #include <array>
 #include <memory>
 
+#include "ovk/service.h"
 #include "platform/local/bus/file_names.h"
 #include "platform/local/bus/own_identity.h"
 #include "platform/local/bus/presence.h"
@@ -24,7 +25,6 @@ namespace ovk::local {
 namespace {
 
 constexpr int channelCount = 4;
-constexpr unsigned longestMessage = 16383;
 
 struct Channels {
   std::string fid; // of the participant
@@ -159,8 +159,8 @@ int writeTransferChannel(int index, const void* message, unsigned size) {
     OVK_LOCAL_TRACE(traceError, "channel %d is not open for writing\n", index);
     return -1;
   }
-  if (size == 0 || size > ovk::local::longestMessage) {
-    OVK_LOCAL_TRACE(traceError, "a message has 1 to %u bytes, not %u\n", ovk::local::longestMessage, size);
+  if (size == 0 || size > unsigned{ovk_MaxMessageSize}) {
+    OVK_LOCAL_TRACE(traceError, "a message has 1 to %u bytes, not %u\n", unsigned{ovk_MaxMessageSize}, size);
     return -1;
   }
   const std::string_view text(static_cast<const char*>(message), size);

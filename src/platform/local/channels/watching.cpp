@@ -13,6 +13,7 @@
 #include <optional>
 
 #include "ovk/local_platform.h"
+#include "ovk/service.h"
 #include "platform/local/bus/file_lock.h"
 #include "platform/local/bus/file_names.h"
 #include "platform/local/bus/own_identity.h"
@@ -31,7 +32,7 @@ struct Heading {
   std::uint32_t number; // of the process's messages, this one included
 };
 
-constexpr std::size_t longestCopy = sizeof(Heading) + 16383;
+constexpr std::size_t longestCopy = sizeof(Heading) + ovk_MaxMessageSize;
 
 struct Watch {
   std::optional<FileLock> lock;
