@@ -49,9 +49,9 @@ private:
     item.idd = idd;
     item.startReg = static_cast<int32_t>(number() % 65536);
     item.regLen = 1 + static_cast<int32_t>(number() % 10);
-    if (idd == 0) {
+    if (idd == ovk_TagData_Float) {
       item.data.f = static_cast<float>(static_cast<int32_t>(number() % 2000000) - 1000000) / 64.0F;
-    } else if (idd == 4) {
+    } else if (idd == ovk_TagData_Text) {
       std::memset(item.data.str, static_cast<int>('a' + number() % 26), 1 + number() % (sizeof item.data.str - 1));
     } else {
       item.data.ui = number();

@@ -6,8 +6,8 @@
 #include <optional>
 
 #include "check.h"
-#include "device_file.h"
 #include "failure.h"
+#include "simulator/device_file.h"
 #include "support/temporary_directory.h"
 
 namespace {
@@ -74,7 +74,7 @@ void useTags(Device& device, const std::vector<tool::SimulatedTag>& tags) {
       check(item.startReg >= 0 && item.regLen >= 0 && item.startReg + item.regLen <= tool::kAddressCount,
             "a tag's place is possible");
       check(round > 0 || item.data.ui == expected.data.ui, "a tag has the value of the file");
-      check(expected.idd != 4 || isSendable(item.data.str), "a text fits a message");
+      check(expected.idd != ovk_TagData_Text || isSendable(item.data.str), "a text fits a message");
     }
   }
 }

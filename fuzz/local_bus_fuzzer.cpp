@@ -9,10 +9,10 @@
 #include "check.h"
 #include "ovk/local_platform.h"
 #include "ovk/ovk.h"
-#include "platform/local/bus_directory.h"
-#include "platform/local/file_names.h"
-#include "platform/local/socket_address.h"
-#include "platform/local/topology_text.h"
+#include "platform/local/bus/bus_directory.h"
+#include "platform/local/bus/file_names.h"
+#include "platform/local/bus/socket_address.h"
+#include "platform/local/topology/topology_text.h"
 #include "support/temporary_directory.h"
 
 namespace {

@@ -6,6 +6,7 @@
 
 #include "callback/record_table.h"
 #include "check.h"
+#include "ovk/service.h"
 #include "platform/transfer_channel.h"
 #include "support/fake_platform.h"
 #include "support/records.h"
@@ -14,8 +15,6 @@ namespace {
 
 using namespace records;
 using fuzz::check;
-
-constexpr std::size_t longestMessage = 16383;
 
 // Each sends what its record says.
 
@@ -27,7 +26,7 @@ unsigned sendOn(InfoReq& r) { return ovk_ReadDeviceInfo(r.dstFid, r.refId); }
 unsigned sendOn(TagRsp& r) {
   for (int i = 0; i < r.numTagItems; ++i) { // a word may have been cut within an escape
     TagItem_t& item = r.pTagItems[i];
-    if (item.idd == 4) std::replace(std::begin(item.data.str), std::end(item.data.str), '\\', '/');
+    if (item.idd == ovk_TagData_Text) std::replace(std::begin(item.data.str), std::end(item.data.str), '\\', '/');
   }
   return ovk_serveReadTag(r.dstFid, r.srcFid, r.refId, static_cast<unsigned>(r.numTagItems), r.pTagItems,
                           r.success == 1, r.errReason);
@@ -122,7 +121,7 @@ std::string sentOf(const std::string& message) {
   fake::platform().written.clear();
   ovk_DoWork(nullptr, nullptr, nullptr);
   check(requests.empty(), "a message is read, whatever it is");
-  check(message.size() <= longestMessage || !isDelivered, "a message that is too long reaches no callback");
+  check(message.size() <= ovk_MaxMessageSize || !isDelivered, "a message that is too long reaches no callback");
   return fake::platform().written.empty() ? "" : fake::platform().written[0].text;
 }
 
@@ -133,7 +132,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   ovk_Init(true, fake::platform().myFid.c_str(), nullptr, nullptr, nullptr);
   registerForAll<Use>();
   const std::string sent = sentOf({reinterpret_cast<const char*>(data), size});
-  if (sent.empty() || sent.size() > longestMessage) return 0;
+  if (sent.empty() || sent.size() > ovk_MaxMessageSize) return 0;
   const std::string again = sentOf(sent);
   const bool isDescription = sent.find(R"("msg_type":205,)") != std::string::npos; // one that failed is not delivered
   check(isDelivered || isDescription, "what is sent reaches a callback");

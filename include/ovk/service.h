@@ -37,6 +37,8 @@ enum ovk_MessageType_t : int {
   ovk_Message_TagReadResponse = 207
 };
 
+constexpr int ovk_MaxMessageSize = 16383; ///< bytes of the longest message
+
 /// How the library calls a service callback: with the service's record (see ovk/records.h) and that record's size in
 /// bytes. The record and its blocks are lent for the duration of the call: copy what is to be kept, free nothing. The
 /// callback may call any function of this library. When callbacks call ovk_DoWork(), at most 8 calls nest, the outermost included. A deeper one

@@ -29,7 +29,8 @@ inline const char* ovk_StatusText(unsigned status) {
   case ovk_Status_Invalid: return "unknown destination or invalid argument: nothing was sent";
   case ovk_Status_Topology: return "unknown destination or own identifier: nothing was sent";
   case ovk_Status_NoCallback: return "no callback for the service: nothing was sent";
-  case ovk_Status_NotWritten: return "not handed over, since the receiver does not run or read, the channel is closed or the message too long";
+  case ovk_Status_NotWritten:
+    return "not handed over, since the receiver does not run or read, the channel is closed or the message too long";
   case ovk_Status_NoTransferChannel:
     return "no transfer channel: another process has the identifier or the bus cannot be used";
   default: return "unknown status";

@@ -15,6 +15,18 @@ enum ovk_TagType_t : int32_t {
   DevInfoTag = 2 ///< a device-information tag
 };
 
+/// Values of `idd`, the data type code of a tag value: which member of `data` holds it. A value of any other code is sent as
+/// the text "empty" and not read back.
+enum ovk_TagDataType_t : uint8_t {
+  ovk_TagData_Float = 0,    ///< `f`
+  ovk_TagData_Unsigned = 1, ///< `ui`
+  ovk_TagData_Signed = 2,   ///< `i`, as for the codes 5, 8 and 9
+  ovk_TagData_Text = 4,     ///< `str`
+  ovk_TagData_Signed5 = 5,
+  ovk_TagData_Signed8 = 8,
+  ovk_TagData_Signed9 = 9
+};
+
 /// A tag selector, as a client names a tag.
 struct DevTagDevInfoTag {
   int32_t tag_type; ///< an `ovk_TagType_t`; other values are sent unchanged
@@ -27,13 +39,12 @@ struct Tag_t {
   uint16_t tag_num; ///< its number
 };
 
-/// One tag value. Which member of `data` holds it is told by `idd`: 0 `f`; 1 `ui`; 2, 5, 8 and 9 `i`; 4 `str`; any
-/// other none (sent as the text "empty" and not read back).
+/// One tag value.
 struct _TagItem_t { // NOLINT(bugprone-reserved-identifier): the name is part of the fixed interface
   char fid[25];     ///< received: the asking client's fusion identifier; not read when sending
   int32_t tag_type; ///< received: 0, since answers carry no type; not read when sending
   uint16_t tag;     ///< tag number
-  uint8_t idd;      ///< data type code
+  uint8_t idd;      ///< an `ovk_TagDataType_t`
   union {
     float f; ///< travels as text with six decimals
     uint32_t ui;

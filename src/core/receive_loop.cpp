@@ -16,12 +16,13 @@
 #include "core/registry.h"
 #include "core/trace.h"
 #include "message/parse.h"
+#include "ovk/service.h"
 #include "platform/transfer_channel.h"
 
 namespace {
 
 // A message is handled as a text, so the longest one leaves room for its NUL.
-constexpr int receiveBufferSize = 16384;
+constexpr int receiveBufferSize = ovk_MaxMessageSize + 1;
 
 constexpr int mostLevels = 8;
 

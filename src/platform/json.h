@@ -8,7 +8,7 @@
 
 // The JSON document class.
 
-namespace ovk::local {
+namespace ovk::json {
 class JsonReading;
 }
 
@@ -93,10 +93,10 @@ public:
 private:
   // Keeps what was learnt about the text for the next document with the same one.
   struct KeepReading {
-    void operator()(ovk::local::JsonReading* reading) const;
+    void operator()(ovk::json::JsonReading* reading) const;
   };
 
-  ovk::local::JsonReading& reading() const {
+  ovk::json::JsonReading& reading() const {
     if (reading_ == nullptr) beginReading();
     return *reading_;
   }
@@ -108,5 +108,5 @@ private:
 
   JsonText text_; // of a document that was written; a reading has its own
   Kind kind_;
-  mutable std::unique_ptr<ovk::local::JsonReading, KeepReading> reading_; // since the first look-up
+  mutable std::unique_ptr<ovk::json::JsonReading, KeepReading> reading_; // since the first look-up
 };

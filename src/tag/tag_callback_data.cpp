@@ -10,11 +10,12 @@
 #include "core/text.h"
 #include "core/trace.h"
 #include "message/lookup.h"
+#include "ovk/service.h"
 #include "tag/value_conversion.h"
 
 namespace {
 
-constexpr int maxItems = 16384; // more than bytes in a message
+constexpr int maxItems = ovk_MaxMessageSize + 1; // more than bytes in a message
 
 bool readCount(const char* function, const Json& message, int& count) {
   int announced = 0;

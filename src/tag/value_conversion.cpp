@@ -22,13 +22,13 @@ enum class ValueKind { real, natural, integer, text, none };
 
 ValueKind kindOf(uint8_t idd) {
   switch (idd) {
-  case 0: return ValueKind::real;
-  case 1: return ValueKind::natural;
-  case 2:
-  case 5:
-  case 8:
-  case 9: return ValueKind::integer;
-  case 4: return ValueKind::text;
+  case ovk_TagData_Float: return ValueKind::real;
+  case ovk_TagData_Unsigned: return ValueKind::natural;
+  case ovk_TagData_Signed:
+  case ovk_TagData_Signed5:
+  case ovk_TagData_Signed8:
+  case ovk_TagData_Signed9: return ValueKind::integer;
+  case ovk_TagData_Text: return ValueKind::text;
   default: return ValueKind::none;
   }
 }

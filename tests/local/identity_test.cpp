@@ -2,7 +2,7 @@
 #include <sys/stat.h>
 
 #include "local_bus.h"
-#include "platform/local/file_lock.h"
+#include "platform/local/bus/file_lock.h"
 
 namespace {
 
@@ -29,7 +29,7 @@ TEST_F(Identity, ForkedChildRemovesNothing) {
   for (const int channel : {2, 1}) EXPECT_EQ(messageTo(fidA, "still here"), receive(channel));
 }
 
-// Whoever joins waits for a sweep to end, a tenth of a second at most. Signals do not shorten that.
+// A process that joins waits for a sweep to end, a tenth of a second at most. Signals do not shorten that.
 TEST_F(Identity, NewcomersWaitForASweepUnderRapidSignals) {
   const std::string lock = fidA + ".lock"s;
   std::ofstream(path(lock)) << "";

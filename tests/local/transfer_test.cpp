@@ -4,7 +4,7 @@
 #include <sys/syscall.h>
 
 #include "local_bus.h"
-#include "platform/local/socket_address.h"
+#include "platform/local/bus/socket_address.h"
 #include "platform/shared_memory.h"
 #include "support/sections.h"
 

@@ -1,6 +1,6 @@
 // Device files and what is wrong with them. What the members mean, end_to_end.sh sees.
 
-#include "device_file.h"
+#include "simulator/device_file.h"
 
 #include <algorithm>
 #include <fstream>

@@ -1,10 +1,10 @@
 // The simulated device without a bus: what it grants, what it refuses and with which words, and its faults.
 
-#include "device.h"
+#include "simulator/device.h"
 
 #include <gtest/gtest.h>
 
-#include "answer_queue.h"
+#include "simulator/answer_queue.h"
 
 namespace tool {
 namespace {
