@@ -41,15 +41,6 @@ TEST_F(Core, FusionIdentifiersAgreeWithTheScanPattern) {
   }
 }
 
-// The eight themselves show in what is exchanged.
-TEST_F(Core, NoServices) {
-  for (const int number : {8, -1}) {
-    const auto none = static_cast<ovk_Service_t>(number);
-    EXPECT_TRUE(getServiceMsgType(none) == -1 && getTransferChannelReadIdx(none) == -1 &&
-                getTransferChannelWriteIdx(none) == -1);
-  }
-}
-
 TEST_F(Core, StatusesInWords) {
   const std::string unknown = ovk_StatusText(1);
   std::set<std::string> texts = {unknown};
@@ -76,7 +67,12 @@ TEST_F(Core, InitStartsThePlatformOrOnlyTakesTheFlag) {
 }
 
 TEST_F(Core, RegistrationRefusals) {
-  for (const int service : {8, -1}) EXPECT_EQ(enrol(service, ignoring), 2U);
+  for (const int service : {8, -1}) {
+    EXPECT_EQ(enrol(service, ignoring), 2U);
+    EXPECT_EQ(getServiceMsgType(static_cast<ovk_Service_t>(service)), -1);
+    EXPECT_EQ(getTransferChannelReadIdx(static_cast<ovk_Service_t>(service)), -1);
+    EXPECT_EQ(getTransferChannelWriteIdx(static_cast<ovk_Service_t>(service)), -1);
+  }
   for (const int service : {-1, 3}) EXPECT_EQ(enrol(service, nullptr), 6U);
   EXPECT_EQ(platform().errors(), "Invalid service requested: 8\nInvalid service requested: -1\n"
                                  "Callback function p_ServiceCallback required for service -1\n"

@@ -68,19 +68,23 @@ TEST_F(Records, AtMost1024Words) {
 // Reasons are cut to 80 bytes, between characters.
 TEST_F(Records, LongReasons) {
   const std::string x77(77, 'x');
-  const std::pair<std::string, std::string> rows[] = {{x77 + "xx\xC3", ""},           {x77 + "xxx", "x"},
-                                                      {x77 + "xx", "\\nxxx"},         {x77 + "x\\\\", "xxx"},
-                                                      {x77 + "xx", "\xC0\x80xxx"},    {x77 + "x", "\xE0\xA4\x85xxx"},
-                                                      {x77, "\xF0\x9F\x98\x80xxx"},   {x77 + "\xE2\x82\xAC", "xxx"},
-                                                      {x77 + "x", "\\\xC3\xA4xxx"},   {x77 + "x\xC3\xA4", "x"},
-                                                      {std::string(80, '\\'), "\\\\"}};
   const std::string x74(74, 'x');
-  const std::pair<std::string, std::string> escapes[] = {{x77, "\\u00e4x"},
-                                                         {x74 + "\\u00E4", "x"},
-                                                         {x77 + "x\\u", "00exxx"}, // no escape
-                                                         {x74, "\\ud83d\\uDE00x"}, // one character
-                                                         {x74 + "\\uDE00", "\\uDE00x"}};
-  for (const auto& [kept, rest] : escapes) EXPECT_EQ(ovk::fittingLength(kept + rest, 80), kept.size()) << kept << rest;
+  const std::pair<std::string, std::string> rows[] = {{x77 + "xx\xC3", ""},
+                                                      {x77 + "xxx", "x"},
+                                                      {x77 + "xx", "\\nxxx"},
+                                                      {x77 + "x\\\\", "xxx"},
+                                                      {x77 + "xx", "\xC0\x80xxx"},
+                                                      {x77 + "x", "\xE0\xA4\x85xxx"},
+                                                      {x77, "\xF0\x9F\x98\x80xxx"},
+                                                      {x77 + "\xE2\x82\xAC", "xxx"},
+                                                      {x77 + "x", "\\\xC3\xA4xxx"},
+                                                      {x77 + "x\xC3\xA4", "x"},
+                                                      {std::string(80, '\\'), "\\\\"},
+                                                      {x77, "\\u00e4x"},
+                                                      {x74 + "\\u00E4", "x"},
+                                                      {x77 + "x\\u", "00exxx"},
+                                                      {x74, "\\ud83d\\uDE00x"},
+                                                      {x74 + "\\uDE00", "\\uDE00x"}};
   for (const auto& [kept, rest] : rows) EXPECT_EQ(ovk::fittingLength(kept + rest, 80), kept.size()) << kept << rest;
 }
 

@@ -40,25 +40,20 @@ TagItem_t item(int idd) {
   return result;
 }
 
-uint32_t bitsRead(int idd, const std::string& text) {
+TagItem_t itemRead(int idd, const std::string& text) {
   TagItem_t tag = item(idd);
   ovk::readTagValue("test", text, tag);
-  return tag.data.ui;
+  return tag;
 }
-
-// There and back.
-std::string textRead(int idd, const std::string& text) {
-  TagItem_t tag = item(idd);
-  ovk::readTagValue("test", text, tag);
-  return ovk::tagValueText(tag);
-}
+uint32_t bitsRead(int idd, const std::string& text) { return itemRead(idd, text).data.ui; }
+std::string textRead(int idd, const std::string& text) { return ovk::tagValueText(itemRead(idd, text)); }
 
 // What scanf makes of the text, which is what other controllers do.
 uint32_t bitsScanned(int idd, const char* text) {
   TagItem_t tag = item(idd);
-  if (idd == 0) std::sscanf(text, "%f", &tag.data.f);             // NOLINT(cert-err34-c)
-  if (idd == 1) std::sscanf(text, "%u", &tag.data.ui);            // NOLINT(cert-err34-c)
-  if (idd != 0 && idd != 1) std::sscanf(text, "%i", &tag.data.i); // NOLINT(cert-err34-c)
+  if (idd == 0) std::sscanf(text, "%f", &tag.data.f);  // NOLINT(cert-err34-c)
+  if (idd == 1) std::sscanf(text, "%u", &tag.data.ui); // NOLINT(cert-err34-c)
+  if (idd > 1) std::sscanf(text, "%i", &tag.data.i);   // NOLINT(cert-err34-c)
   return tag.data.ui;
 }
 
